@@ -57,7 +57,9 @@ TEST(GEMatrixInvEntry, RefusesBadArgumentsInOrder) {
         EXPECT_EQ(r.error, c.message);
         size_t i = 0;
         for (HostValue a : args) {
-            if (h.is_rtable(a)) EXPECT_EQ(h.bytes(a), before[i++]);
+            if (h.is_rtable(a)) {
+                EXPECT_EQ(h.bytes(a), before[i++]);
+            }
         }
     }
 }
