@@ -27,11 +27,11 @@ void padded_length(refhost::Host &host, HostEntry composite, int start, int padd
 }
 
 void invert(refhost::Host &host, HostEntry inverse) {
-    refhost::RTableSpec spec;
-    spec.bounds = refhost::dims({3, 6});
-    spec.data_type = HW_DATATYPE_DOUBLE;
+    refhost::RTableSpec shape;
+    shape.bounds = refhost::dims({3, 6});
+    shape.data_type = HW_DATATYPE_DOUBLE;
     const double a[18] = {4, -2, 1, 1, 0, 0,  -2, 4, -2, 0, 1, 0,  1, -2, 4, 0, 0, 1};
-    const HostValue m = host.rtable(spec, a);
+    const HostValue m = host.rtable(shape, a);
     show_matrix("augmented matrix [A | I]:", a, 3, 6);
     const refhost::CallResult r = host.call(inverse, {m});
     if (!r.ok) {
@@ -40,7 +40,7 @@ void invert(refhost::Host &host, HostEntry inverse) {
     }
     show_matrix("after hw_GEMatrixInv [I | inverse of A]:", static_cast<double *>(host.data(m)), 3, 6);
 
-    const HostValue singular = host.rtable(spec);  // all zeros
+    const HostValue singular = host.rtable(shape);  // all zeros
     const refhost::CallResult s = host.call(inverse, {singular});
     std::printf("hw_GEMatrixInv of a zero matrix: %s\n", s.ok ? "no error" : s.error.c_str());
 }

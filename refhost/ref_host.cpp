@@ -114,14 +114,14 @@ int op_arg_count(HostValue *args) {
 
 HostValue op_rtable_new(RTableInfo *settings, void *data, int32_t *bounds) {
     Host &h = host_for("host_rtable_new");
-    RTableSpec spec;
-    spec.data_type = settings->data_type;
-    spec.storage_type = settings->storage_type;
-    spec.order_type = settings->order_type;
-    spec.read_only = settings->read_only != 0;
+    RTableSpec shape;
+    shape.data_type = settings->data_type;
+    shape.storage_type = settings->storage_type;
+    shape.order_type = settings->order_type;
+    shape.read_only = settings->read_only != 0;
     if (settings->num_dims < 0) misuse("host_rtable_new", "negative rank");
-    for (int d = 0; d < settings->num_dims; ++d) spec.bounds.emplace_back(bounds[2 * d], bounds[2 * d + 1]);
-    const HostValue rt = h.rtable(spec, data);
+    for (int d = 0; d < settings->num_dims; ++d) shape.bounds.emplace_back(bounds[2 * d], bounds[2 * d + 1]);
+    const HostValue rt = h.rtable(shape, data);
     if (!data) std::memset(h.data(rt), 0xA5, h.byte_size(rt));  // no promise of zeros
     h.created.push_back(rt);
     return rt;
@@ -278,19 +278,19 @@ HostValue Host::name(const std::string &text) {
 
 HostValue Host::null() { return null_; }
 
-HostValue Host::rtable(const RTableSpec &spec, const void *initial) {
+HostValue Host::rtable(const RTableSpec &shape, const void *initial) {
     auto o = std::make_unique<Object>();
     o->kind = kRTable;
     o->info = default_settings();
-    o->info.data_type = spec.data_type;
-    o->info.storage_type = spec.storage_type;
-    o->info.order_type = spec.order_type;
-    o->info.read_only = spec.read_only ? 1 : 0;
-    o->info.num_dims = static_cast<int32_t>(spec.bounds.size());
-    o->bounds = spec.bounds;
+    o->info.data_type = shape.data_type;
+    o->info.storage_type = shape.storage_type;
+    o->info.order_type = shape.order_type;
+    o->info.read_only = shape.read_only ? 1 : 0;
+    o->info.num_dims = static_cast<int32_t>(shape.bounds.size());
+    o->bounds = shape.bounds;
     size_t count = 1;
-    for (const auto &[lo, hi] : spec.bounds) count *= hi >= lo ? static_cast<size_t>(int64_t{hi} - lo + 1) : 0;
-    o->byte_size = count * element_size(spec.data_type);
+    for (const auto &[lo, hi] : shape.bounds) count *= hi >= lo ? static_cast<size_t>(int64_t{hi} - lo + 1) : 0;
+    o->byte_size = count * element_size(shape.data_type);
     o->data = std::malloc(o->byte_size ? o->byte_size : 1);
     if (!o->data) throw std::bad_alloc();
     if (initial) std::memcpy(o->data, initial, o->byte_size);

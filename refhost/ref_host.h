@@ -72,7 +72,7 @@ class Host {
     HostValue floating(double v);
     HostValue name(const std::string &text);
     HostValue null();
-    HostValue rtable(const RTableSpec &spec, const void *initial = nullptr);
+    HostValue rtable(const RTableSpec &shape, const void *initial = nullptr);
 
     // ---- inspection
     bool is_rtable(HostValue v) const;

@@ -23,11 +23,11 @@ inline HostEntry entry(const char *name) { return library().entry(name); }
 // A double rtable with the given bounds and contents (row-major as stored).
 inline HostValue double_rtable(refhost::Host &h, std::vector<std::pair<int32_t, int32_t>> bounds,
                                const std::vector<double> &values, int32_t order = HW_ORDER_C) {
-    refhost::RTableSpec spec;
-    spec.bounds = std::move(bounds);
-    spec.data_type = HW_DATATYPE_DOUBLE;
-    spec.order_type = order;
-    const HostValue rt = h.rtable(spec);
+    refhost::RTableSpec shape;
+    shape.bounds = std::move(bounds);
+    shape.data_type = HW_DATATYPE_DOUBLE;
+    shape.order_type = order;
+    const HostValue rt = h.rtable(shape);
     EXPECT_EQ(h.element_count(rt), values.size());
     std::memcpy(h.data(rt), values.data(), h.byte_size(rt));
     return rt;
