@@ -23,51 +23,79 @@ void fill_roots(uint32_t n, double pi, int32_t inverse, Complex *roots) {
     }
 }
 
-// Adds the pair (p, q) at power m to the four sums of one output pair. Powers past the
-// half circle read entry n - m with the sine's sign turned.
-inline void add_pair(const Complex &p, const Complex &q, uint32_t m, uint32_t n, uint32_t h,
-                     const Complex *roots, double &R, double &I, double &A, double &B) {
-    if (m < h) {
-        const Complex w = roots[m];
-        R += (p.re + q.re) * w.re;
-        I += (p.im + q.im) * w.re;
-        A += (p.re - q.re) * w.im;
-        B -= (p.im - q.im) * w.im;
-    } else {
-        const Complex w = roots[n - m];
-        R += (p.re + q.re) * w.re;
-        I += (p.im + q.im) * w.re;
-        A -= (p.re - q.re) * w.im;
-        B += (p.im - q.im) * w.im;
+// K consecutive output pairs (X[k], X[n-k]), k = k0 .. k0+K-1, computed side by side so
+// that their independent sums overlap in the pipeline; each output keeps its own order of
+// operations. For even n the sums start at x[0] - x[n/2] for odd k, else at x[0] + x[n/2];
+// for odd n `start_odd_k` and `start_even_k` are both x[0].
+template <int K, bool EvenLength>
+void output_pairs(const Complex *x, Complex *X, size_t step, uint32_t n, uint32_t k0, const Complex *roots,
+                  Complex start_odd_k, Complex start_even_k) {
+    const uint32_t h = (n + 1) / 2;
+    double R[K], I[K], A[K], B[K];
+    uint32_t m[K];
+#pragma GCC unroll 8
+    for (int l = 0; l < K; ++l) {
+        const uint32_t k = k0 + l;
+        const Complex start = (k & 1) ? start_odd_k : start_even_k;
+        R[l] = start.re;
+        I[l] = start.im;
+        A[l] = 0.0;
+        B[l] = 0.0;
+        m[l] = k;
     }
+    for (uint32_t j = 1; j < h; ++j) {
+        const Complex p = x[j * step], q = x[(n - j) * step];
+        const double sum_re = p.re + q.re, sum_im = p.im + q.im;
+        const double diff_re = p.re - q.re, diff_im = p.im - q.im;
+#pragma GCC unroll 8
+        for (int l = 0; l < K; ++l) {
+            const uint32_t power = m[l];
+            if (power == 0) {
+                R[l] += sum_re;
+                I[l] += sum_im;
+            } else if (EvenLength && power == h) {  // the root -1
+                R[l] -= sum_re;
+                I[l] -= sum_im;
+            } else {
+                // Past the half circle: the conjugate of entry n - m, so the sine sums turn.
+                const bool upper = power >= h;
+                const Complex w = roots[upper ? n - power : power];
+                const double sine = upper ? -w.im : w.im;
+                R[l] += sum_re * w.re;
+                I[l] += sum_im * w.re;
+                A[l] += diff_re * sine;
+                B[l] -= diff_im * sine;
+            }
+            m[l] = power + (k0 + l) >= n ? power + (k0 + l) - n : power + (k0 + l);
+        }
+    }
+#pragma GCC unroll 8
+    for (int l = 0; l < K; ++l) {
+        const uint32_t k = k0 + l;
+        X[k * step] = {R[l] + B[l], I[l] + A[l]};
+        X[(n - k) * step] = {R[l] - B[l], I[l] - A[l]};
+    }
+}
+
+// Outputs 1 .. h-1 with their mirrors, four at a time.
+template <bool EvenLength>
+void all_output_pairs(const Complex *x, Complex *X, size_t step, uint32_t n, const Complex *roots,
+                      Complex start_odd_k, Complex start_even_k) {
+    const uint32_t h = (n + 1) / 2;
+    uint32_t k = 1;
+    for (; k + 4 <= h; k += 4) output_pairs<4, EvenLength>(x, X, step, n, k, roots, start_odd_k, start_even_k);
+    for (; k < h; ++k) output_pairs<1, EvenLength>(x, X, step, n, k, roots, start_odd_k, start_even_k);
 }
 
 // One transform: x[j] at x[j*step], X[k] at X[k*step].
 void transform_odd(const Complex *x, Complex *X, size_t step, uint32_t n, const Complex *roots) {
-    const uint32_t h = (n + 1) / 2;
     Complex sum = x[0];
     for (uint32_t j = 1; j < n; ++j) {
         sum.re += x[j * step].re;
         sum.im += x[j * step].im;
     }
     X[0] = sum;
-    for (uint32_t k = 1; k < h; ++k) {
-        double R = x[0].re, I = x[0].im, A = 0.0, B = 0.0;
-        uint32_t m = k;
-        for (uint32_t j = 1; j < h; ++j) {
-            const Complex p = x[j * step], q = x[(n - j) * step];
-            if (m == 0) {
-                R += p.re + q.re;
-                I += p.im + q.im;
-            } else {
-                add_pair(p, q, m, n, h, roots, R, I, A, B);
-            }
-            m += k;
-            if (m >= n) m -= n;
-        }
-        X[k * step] = {R + B, I + A};
-        X[(n - k) * step] = {R - B, I - A};
-    }
+    all_output_pairs<false>(x, X, step, n, roots, x[0], x[0]);
 }
 
 void transform_even(const Complex *x, Complex *X, size_t step, uint32_t n, const Complex *roots) {
@@ -82,34 +110,8 @@ void transform_even(const Complex *x, Complex *X, size_t step, uint32_t n, const
     X[0] = {even.re + odd.re, even.im + odd.im};
     X[h * step] = {even.re - odd.re, even.im - odd.im};
     const Complex first = x[0], middle = x[h * step];
-    for (uint32_t k = 1; k < h; ++k) {
-        double R, I;
-        if (k & 1) {
-            R = first.re - middle.re;
-            I = first.im - middle.im;
-        } else {
-            R = first.re + middle.re;
-            I = first.im + middle.im;
-        }
-        double A = 0.0, B = 0.0;
-        uint32_t m = k;
-        for (uint32_t j = 1; j < h; ++j) {
-            const Complex p = x[j * step], q = x[(n - j) * step];
-            if (m == 0) {
-                R += p.re + q.re;
-                I += p.im + q.im;
-            } else if (m == h) {
-                R -= p.re + q.re;
-                I -= p.im + q.im;
-            } else {
-                add_pair(p, q, m, n, h, roots, R, I, A, B);
-            }
-            m += k;
-            if (m >= n) m -= n;
-        }
-        X[k * step] = {R + B, I + A};
-        X[(n - k) * step] = {R - B, I - A};
-    }
+    all_output_pairs<true>(x, X, step, n, roots, {first.re - middle.re, first.im - middle.im},
+                           {first.re + middle.re, first.im + middle.im});
 }
 
 }  // namespace
