@@ -1,7 +1,9 @@
-// Test support for the Fourier transforms: complex rtables, random data and a long-double
-// oracle that transforms along one axis of an array in storage order.
+// Test support for the Fourier transforms: complex rtables, a long-double oracle that
+// transforms along one axis of an array in storage order, and a compact way to write the
+// argument lists of refused calls.
 #pragma once
 
+#include <algorithm>
 #include <cmath>
 #include <complex>
 #include <cstring>
@@ -24,13 +26,8 @@ inline std::vector<cplx> random_complex(size_t count, unsigned seed) {
 
 // A complex rtable with the given bounds, order and contents (as stored).
 inline HostValue complex_rtable(refhost::Host &h, std::vector<std::pair<int32_t, int32_t>> bounds,
-                                const std::vector<cplx> &values, int32_t order = HW_ORDER_C,
-                                bool read_only = false) {
-    refhost::RTableSpec spec;
-    spec.bounds = std::move(bounds);
-    spec.order_type = order;
-    spec.read_only = read_only;
-    const HostValue rt = h.rtable(spec);
+                                const std::vector<cplx> &values, int32_t order = HW_ORDER_C) {
+    const HostValue rt = h.rtable(refhost::RTableSpec{std::move(bounds), HW_DATATYPE_COMPLEX, HW_STORAGE_RECT, order});
     EXPECT_EQ(h.element_count(rt), values.size());
     if (!values.empty()) std::memcpy(h.data(rt), values.data(), h.byte_size(rt));
     return rt;
@@ -41,15 +38,26 @@ inline std::vector<cplx> complexes(refhost::Host &h, HostValue rt) {
     return std::vector<cplx>(p, p + h.element_count(rt));
 }
 
-// The transform of `data` (lengths in storage order, last contiguous) along storage axis
-// `axis`, in long double, with the kernel sign of `inverse`, times `scale`.
+// Host dimension lengths in storage order (last contiguous).
+inline std::vector<size_t> storage_lengths(std::vector<int32_t> dims, int32_t order) {
+    if (order != HW_ORDER_C) std::reverse(dims.begin(), dims.end());
+    return std::vector<size_t>(dims.begin(), dims.end());
+}
+
+inline size_t element_total(const std::vector<size_t> &lengths) {
+    size_t total = 1;
+    for (size_t l : lengths) total *= l;
+    return total;
+}
+
+// The transform of `data` along storage axis `axis`, in long double, times `scale`.
 inline std::vector<cplx> transform_axis(const std::vector<cplx> &data, const std::vector<size_t> &lengths,
                                         size_t axis, bool inverse, long double scale = 1.0L) {
     size_t stride = 1, batch = 1;
     for (size_t i = axis + 1; i < lengths.size(); ++i) stride *= lengths[i];
     for (size_t i = 0; i < axis; ++i) batch *= lengths[i];
     const size_t n = lengths[axis];
-    const long double two_pi = 2.0L * 3.141592653589793238462643383279503L;
+    const long double two_pi = 6.283185307179586476925286766559L;
     std::vector<cplx> out(data.size());
     for (size_t g = 0; g < batch; ++g)
         for (size_t s = 0; s < stride; ++s)
@@ -67,15 +75,15 @@ inline std::vector<cplx> transform_axis(const std::vector<cplx> &data, const std
     return out;
 }
 
-// The transform along every axis, slowest first.
-inline std::vector<cplx> transform_all(std::vector<cplx> data, const std::vector<size_t> &lengths, bool inverse,
-                                       long double scale = 1.0L) {
-    for (size_t a = 0; a < lengths.size(); ++a) data = transform_axis(data, lengths, a, inverse);
+// The transform along storage axes [first, last), slowest first.
+inline std::vector<cplx> transform_axes(std::vector<cplx> data, const std::vector<size_t> &lengths, size_t first,
+                                        size_t last, bool inverse, long double scale = 1.0L) {
+    for (size_t a = first; a < last; ++a) data = transform_axis(data, lengths, a, inverse);
     for (cplx &z : data) z *= static_cast<double>(scale);
     return data;
 }
 
-// Largest difference, relative to the largest magnitude of the expected values (at least 1).
+// Largest difference relative to the largest expected magnitude (at least 1).
 inline double relative_error(const std::vector<cplx> &got, const std::vector<cplx> &want) {
     double diff = 0, size = 1;
     for (size_t i = 0; i < want.size() && i < got.size(); ++i) {
@@ -83,6 +91,87 @@ inline double relative_error(const std::vector<cplx> &got, const std::vector<cpl
         size = std::max(size, std::abs(want[i]));
     }
     return got.size() == want.size() ? diff / size : INFINITY;
+}
+
+// ---- argument lists of refused calls, one line per case
+
+enum RTableFlags : int { kReal = 1, kSparse = 2, kOtherOrder = 4, kReadOnly = 8, kHuge = 16 };
+
+struct Arg {
+    enum Kind { Int, BigInt, Float, Name, Table, Same } kind;
+    int64_t value = 0;  // integer value, or argument index for Same
+    std::vector<int32_t> dims = {};
+    int flags = 0;
+};
+inline Arg I(int64_t v) { return {Arg::Int, v}; }
+inline Arg Big(int64_t v) { return {Arg::BigInt, v}; }
+inline Arg F() { return {Arg::Float}; }
+inline Arg N() { return {Arg::Name}; }
+inline Arg T(std::vector<int32_t> dims, int flags = 0) { return {Arg::Table, 0, std::move(dims), flags}; }
+inline Arg Same(int64_t index) { return {Arg::Same, index}; }
+// An rtable of 64 dimensions of length 1.
+inline Arg Rank64() { return T(std::vector<int32_t>(64, 1)); }
+
+struct Refusal {
+    const char *what;
+    std::vector<Arg> args;
+    const char *message;
+};
+
+// Upper bounds of kHuge rtables read 1024 times larger, so that a small rtable claims more
+// than 2^31 - 1 elements without the storage behind it.
+inline std::vector<HostValue> g_huge;
+inline host_rtable_upper_fn g_real_upper;
+inline int huge_upper(HostValue rt, int d) {
+    const int upper = g_real_upper(rt, d);
+    return std::count(g_huge.begin(), g_huge.end(), rt) ? upper * 1024 : upper;
+}
+
+inline std::vector<HostValue> make_args(refhost::Host &h, const std::vector<Arg> &args) {
+    std::vector<HostValue> words;
+    g_huge.clear();
+    for (const Arg &a : args) {
+        switch (a.kind) {
+        case Arg::Int: words.push_back(h.integer(a.value)); break;
+        case Arg::BigInt: words.push_back(h.big_integer(a.value)); break;
+        case Arg::Float: words.push_back(h.floating(0.5)); break;
+        case Arg::Name: words.push_back(h.name("x")); break;
+        case Arg::Same: words.push_back(words[static_cast<size_t>(a.value)]); break;
+        case Arg::Table: {
+            refhost::RTableSpec spec{{}, a.flags & kReal ? HW_DATATYPE_DOUBLE : HW_DATATYPE_COMPLEX,
+                                     a.flags & kSparse ? int32_t{refhost::kSparseStorage} : int32_t{HW_STORAGE_RECT},
+                                     a.flags & kOtherOrder ? int32_t{refhost::kFortranOrder} : int32_t{HW_ORDER_C},
+                                     (a.flags & kReadOnly) != 0};
+            for (int32_t d : a.dims) spec.bounds.emplace_back(1, d);
+            words.push_back(h.rtable(spec));
+            std::memset(h.data(words.back()), 0x3C, h.byte_size(words.back()));
+            if (a.flags & kHuge) g_huge.push_back(words.back());
+            break;
+        }
+        }
+    }
+    g_real_upper = reinterpret_cast<host_rtable_upper_fn>(h.kernel()->slot[HOST_SLOT_RTABLE_UPPER]);
+    h.kernel()->slot[HOST_SLOT_RTABLE_UPPER] = reinterpret_cast<HostSlot>(&huge_upper);
+    return words;
+}
+
+// Each call fails with its message, creates no rtable and leaves every rtable as it was.
+inline void expect_refusals(const char *entry_name, const std::vector<Refusal> &cases) {
+    for (const Refusal &c : cases) {
+        SCOPED_TRACE(c.what);
+        refhost::Host h;
+        const std::vector<HostValue> args = make_args(h, c.args);
+        std::vector<std::vector<uint8_t>> before;
+        for (HostValue a : args) before.push_back(h.is_rtable(a) ? h.bytes(a) : std::vector<uint8_t>{});
+        const refhost::CallResult r = h.call(entry(entry_name), args);
+        EXPECT_FALSE(r.ok);
+        EXPECT_EQ(r.error, c.message);
+        EXPECT_TRUE(h.created.empty());
+        for (size_t i = 0; i < args.size(); ++i)
+            if (h.is_rtable(args[i])) {
+                EXPECT_EQ(h.bytes(args[i]), before[i]) << "argument " << i + 1;
+            }
+    }
 }
 
 }  // namespace hwtest
