@@ -1,0 +1,19 @@
+// Puts the engine's digit-reversed results into natural order without extra storage.
+#pragma once
+
+#include <cstdint>
+
+namespace hw::fft {
+
+// Merges equal neighbouring radices with square transpositions, then moves the last digit to
+// the front of each block with rectangular ones. Rewrites `radices` as it goes.
+void reorder_in_place(uint32_t length, uint32_t *radices, uint32_t radix_count, double *data,
+                      uint32_t stride, uint32_t batch);
+
+// In place, for q < count: the block of rows x cols x entry complex values at
+// data + q * distance (complex values) is read as a row-major rows x cols matrix of entries of
+// `entry` consecutive values and replaced by its cols x rows transpose.
+void transpose_in_place(uint32_t rows, uint32_t cols, double *data, uint32_t entry, uint32_t count,
+                        uint64_t distance);
+
+}  // namespace hw::fft
