@@ -4,6 +4,8 @@
 
 #include "refhost/ref_host.h"
 
+void fourier_demo(refhost::Host &host, const refhost::Library &library);
+
 namespace {
 
 void show_matrix(const char *title, const double *a, int rows, int cols) {
@@ -56,6 +58,7 @@ int main() {
         padded_length(host, library.entry("Composite"), 97, 3);
         padded_length(host, library.entry("Composite"), 0, 3);
         invert(host, library.entry("hw_GEMatrixInv"));
+        fourier_demo(host, library);
     } catch (const std::exception &e) {
         std::fprintf(stderr, "example: %s\n", e.what());
         return 1;

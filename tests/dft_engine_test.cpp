@@ -73,4 +73,24 @@ TEST(DftEngine, RootsTableHoldsTheHalfCircle) {
         }
 }
 
+TEST(DftEngine, AgreesWithTheFftEngine) {
+    const struct {
+        uint32_t n, stride, batch;
+    } cases[] = {{101, 1, 1}, {1009, 1, 1}, {97, 3, 2}, {105, 2, 1}};
+    for (const auto &c : cases)
+        for (int32_t inverse : {0, 1}) {
+            SCOPED_TRACE(testing::Message() << "n " << c.n << " stride " << c.stride << " inverse " << inverse);
+            const std::vector<cplx> in = hwtest::random_complex(size_t{c.n} * c.stride * c.batch, c.n);
+            std::vector<cplx> fft = in, work(2 * size_t{c.n});
+            uint32_t radices[32];
+            const uint32_t count = ehw_RadixDec(c.n, radices);
+            const uint32_t generic = radices[count - 1];
+            ASSERT_EQ(ehw_FFT(c.n, radices, count, kPi, reinterpret_cast<double *>(fft.data()),
+                              reinterpret_cast<double *>(work.data()), reinterpret_cast<double *>(work.data() + generic),
+                              inverse, 0, c.stride, c.batch),
+                      0);
+            EXPECT_LT(hwtest::relative_error(run_dft(in, c.n, inverse, c.stride, c.batch, 0), fft), 1e-13);
+        }
+}
+
 }  // namespace
