@@ -30,13 +30,13 @@ bool report(const char *what, const refhost::CallResult &r) {
 
 void fourier_demo(refhost::Host &host, const refhost::Library &library) {
     const double values[12] = {1, 0, 2, 0, 3, 0, 0, 1, 0, 2, 0, 3};
-    refhost::RTableSpec spec;
-    spec.bounds = refhost::dims({2, 3});
+    refhost::RTableSpec shape;
+    shape.bounds = refhost::dims({2, 3});
     const HostValue zero = host.integer(0), one = host.integer(1), two = host.integer(2);
 
     // hw_FFT transforms in place; argument 6 = 0 lets it create working storage if needed.
     const HostEntry fft = library.entry("hw_FFT");
-    const HostValue data = host.rtable(spec, values);
+    const HostValue data = host.rtable(shape, values);
     show_complex("2 x 3 array:", values, 2, 3);
     if (!report("hw_FFT", host.call(fft, {zero, data, zero, zero, zero, zero}))) return;
     show_complex("hw_FFT over both dimensions:", static_cast<double *>(host.data(data)), 2, 3);
@@ -46,10 +46,10 @@ void fourier_demo(refhost::Host &host, const refhost::Library &library) {
     // hw_DFT writes into an output rtable; over every dimension the input carries the
     // intermediate result, so it is a copy here.
     const HostEntry dft = library.entry("hw_DFT");
-    const HostValue input = host.rtable(spec, values), output = host.rtable(spec);
+    const HostValue input = host.rtable(shape, values), output = host.rtable(shape);
     if (!report("hw_DFT", host.call(dft, {zero, input, output, zero, zero}))) return;
     show_complex("hw_DFT over both dimensions:", static_cast<double *>(host.data(output)), 2, 3);
-    const HostValue back = host.rtable(spec);
+    const HostValue back = host.rtable(shape);
     if (!report("hw_DFT inverse", host.call(dft, {zero, output, back, one, two}))) return;
     show_complex("hw_DFT inverse with 1/length per dimension, back to the array:",
                  static_cast<double *>(host.data(back)), 2, 3);

@@ -138,12 +138,12 @@ inline std::vector<HostValue> make_args(refhost::Host &h, const std::vector<Arg>
         case Arg::Name: words.push_back(h.name("x")); break;
         case Arg::Same: words.push_back(words[static_cast<size_t>(a.value)]); break;
         case Arg::Table: {
-            refhost::RTableSpec spec{{}, a.flags & kReal ? HW_DATATYPE_DOUBLE : HW_DATATYPE_COMPLEX,
+            refhost::RTableSpec shape{{}, a.flags & kReal ? HW_DATATYPE_DOUBLE : HW_DATATYPE_COMPLEX,
                                      a.flags & kSparse ? int32_t{refhost::kSparseStorage} : int32_t{HW_STORAGE_RECT},
                                      a.flags & kOtherOrder ? int32_t{refhost::kFortranOrder} : int32_t{HW_ORDER_C},
                                      (a.flags & kReadOnly) != 0};
-            for (int32_t d : a.dims) spec.bounds.emplace_back(1, d);
-            words.push_back(h.rtable(spec));
+            for (int32_t d : a.dims) shape.bounds.emplace_back(1, d);
+            words.push_back(h.rtable(shape));
             std::memset(h.data(words.back()), 0x3C, h.byte_size(words.back()));
             if (a.flags & kHuge) g_huge.push_back(words.back());
             break;
