@@ -49,6 +49,8 @@ void invert(refhost::Host &host, HostEntry inverse) {
 
 }  // namespace
 
+void wavelet_demo(const refhost::Library &library);
+
 int main() {
     try {
         refhost::Library library("libhw.so.0");
@@ -59,6 +61,7 @@ int main() {
         padded_length(host, library.entry("Composite"), 0, 3);
         invert(host, library.entry("hw_GEMatrixInv"));
         fourier_demo(host, library);
+        wavelet_demo(library);
     } catch (const std::exception &e) {
         std::fprintf(stderr, "example: %s\n", e.what());
         return 1;

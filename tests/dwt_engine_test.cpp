@@ -233,8 +233,11 @@ TEST(DwtEngine, InverseFailureCodes) {
         Vec back(c.n, 99.0);
         EXPECT_EQ(c.code, inverse(back, kPacked1, c.n, 1, c.h, c.g, c.flag, co, kPacked1));
         for (size_t i = 0; i < back.size(); ++i) {
-            if (i + c.written < back.size()) EXPECT_EQ(back[i], 99.0) << i;
-            else EXPECT_NE(back[i], 99.0) << i;
+            if (i + c.written < back.size()) {
+                EXPECT_EQ(back[i], 99.0) << i;
+            } else {
+                EXPECT_NE(back[i], 99.0) << i;
+            }
         }
     }
     // Periodic synthesis has no failure even for those masks.
