@@ -22,13 +22,14 @@ class TableReporter : public benchmark::ConsoleReporter {
             const std::string impl = name.substr(a + 1, b - a - 1), key = name.substr(b + 1);
             if (!f.ns.count(key)) f.cases.push_back(key);
             if (f.ns[key].find(impl) == f.ns[key].end() && !contains(f.impls, impl)) f.impls.push_back(impl);
-            f.ns[key][impl] = r.GetAdjustedRealTime();  // ns: the default time unit
+            f.ns[key][impl] = r.GetAdjustedRealTime() / benchmark::GetTimeUnitMultiplier(r.time_unit) * 1e9;
         }
     }
 
     void Finalize() override {
         ConsoleReporter::Finalize();
         for (const auto &[family, f] : families_) {
+            if (!contains(f.impls, "libhw")) continue;  // not a comparison family
             std::printf("\n%s: ns per call", family.c_str());
             std::printf("\n%-14s", "case");
             for (const std::string &impl : f.impls) std::printf(" %14s", impl.c_str());
