@@ -1,5 +1,5 @@
-// The Gauss-Jordan engine: documented small cases exactly, and random matrices against an
-// independent long-double solution.
+// The Gauss-Jordan engine: documented small cases exactly, and random matrices whose computed
+// inverse must multiply back to the identity.
 #include <gtest/gtest.h>
 
 #include <cmath>
@@ -55,34 +55,7 @@ TEST(GEMatrixInvEngine, IllConditionedKeepsTheInverse) {
     EXPECT_NEAR(m[3] / 1e12, -1.0, 1e-3);
 }
 
-// Solves A X = I in long double with full pivoting, independently of the engine.
-std::vector<long double> reference_inverse(const std::vector<double> &a, int n) {
-    std::vector<long double> m(static_cast<size_t>(n) * 2 * n);
-    for (int i = 0; i < n; ++i)
-        for (int j = 0; j < n; ++j) {
-            m[i * 2 * n + j] = a[i * n + j];
-            m[i * 2 * n + n + j] = i == j;
-        }
-    for (int k = 0; k < n; ++k) {
-        int p = k;
-        for (int i = k + 1; i < n; ++i)
-            if (std::fabs(m[i * 2 * n + k]) > std::fabs(m[p * 2 * n + k])) p = i;
-        for (int j = 0; j < 2 * n; ++j) std::swap(m[k * 2 * n + j], m[p * 2 * n + j]);
-        const long double pivot = m[k * 2 * n + k];
-        for (int j = 0; j < 2 * n; ++j) m[k * 2 * n + j] /= pivot;
-        for (int i = 0; i < n; ++i) {
-            if (i == k) continue;
-            const long double f = m[i * 2 * n + k];
-            for (int j = 0; j < 2 * n; ++j) m[i * 2 * n + j] -= f * m[k * 2 * n + j];
-        }
-    }
-    std::vector<long double> inv(static_cast<size_t>(n) * n);
-    for (int i = 0; i < n; ++i)
-        for (int j = 0; j < n; ++j) inv[i * n + j] = m[i * 2 * n + n + j];
-    return inv;
-}
-
-TEST(GEMatrixInvEngine, RandomMatricesMatchAnIndependentInverse) {
+TEST(GEMatrixInvEngine, RandomMatricesGiveATrueInverse) {
     std::mt19937_64 rng(11);
     std::uniform_real_distribution<double> u(-1.0, 1.0);
     for (int n : {1, 2, 3, 5, 8, 13, 30}) {
@@ -101,13 +74,14 @@ TEST(GEMatrixInvEngine, RandomMatricesMatchAnIndependentInverse) {
             for (int i = 0; i < n; ++i) m[i * 2 * n + n + i] = 1.0;
             double condition = -1;
             ASSERT_EQ(ehw_GEMatrixInv(m.data(), n, 2 * n, &condition), 0);
-            const std::vector<long double> inv = reference_inverse(a, n);
             double s2 = 0;
             for (int i = 0; i < n; ++i)
                 for (int j = 0; j < n; ++j) {
                     EXPECT_EQ(m[i * 2 * n + j], i == j ? 1.0 : 0.0);  // written exactly
-                    EXPECT_NEAR(m[i * 2 * n + n + j], static_cast<double>(inv[i * n + j]), 1e-13);
                     s2 += std::fabs(m[i * 2 * n + n + j]);
+                    long double product = 0;  // (A X)(i, j) in long double
+                    for (int t = 0; t < n; ++t) product += static_cast<long double>(a[i * n + t]) * m[t * 2 * n + n + j];
+                    EXPECT_NEAR(static_cast<double>(product), i == j ? 1.0 : 0.0, 1e-14);
                 }
             EXPECT_DOUBLE_EQ(condition, s1 * s2);
         }
