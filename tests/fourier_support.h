@@ -1,5 +1,5 @@
 // Test support for the Fourier transforms: complex rtables, a long-double oracle that
-// transforms along one axis of an array in storage order, and a compact way to write the
+// transforms along the axes of an array in storage order, and a compact way to write the
 // argument lists of refused calls.
 #pragma once
 
@@ -24,12 +24,14 @@ inline std::vector<cplx> random_complex(size_t count, unsigned seed) {
     return v;
 }
 
-// A complex rtable with the given bounds, order and contents (as stored).
-inline HostValue complex_rtable(refhost::Host &h, std::vector<std::pair<int32_t, int32_t>> bounds,
-                                const std::vector<cplx> &values, int32_t order = HW_ORDER_C) {
-    const HostValue rt = h.rtable(refhost::RTableSpec{std::move(bounds), HW_DATATYPE_COMPLEX, HW_STORAGE_RECT, order});
+// A complex rtable of the given host lengths (lower bounds 0, so lengths differ from upper
+// bounds), order and contents (as stored).
+inline HostValue complex_rtable(refhost::Host &h, const std::vector<int32_t> &dims, const std::vector<cplx> &values,
+                                int32_t order = HW_ORDER_C) {
+    refhost::RTableSpec shape{{}, HW_DATATYPE_COMPLEX, HW_STORAGE_RECT, order};
+    for (int32_t l : dims) shape.bounds.emplace_back(0, l - 1);
+    const HostValue rt = h.rtable(shape, values.data());
     EXPECT_EQ(h.element_count(rt), values.size());
-    if (!values.empty()) std::memcpy(h.data(rt), values.data(), h.byte_size(rt));
     return rt;
 }
 
@@ -38,48 +40,61 @@ inline std::vector<cplx> complexes(refhost::Host &h, HostValue rt) {
     return std::vector<cplx>(p, p + h.element_count(rt));
 }
 
-// Host dimension lengths in storage order (last contiguous).
-inline std::vector<size_t> storage_lengths(std::vector<int32_t> dims, int32_t order) {
-    if (order != HW_ORDER_C) std::reverse(dims.begin(), dims.end());
-    return std::vector<size_t>(dims.begin(), dims.end());
-}
-
-inline size_t element_total(const std::vector<size_t> &lengths) {
+inline size_t element_total(const std::vector<int32_t> &dims) {
     size_t total = 1;
-    for (size_t l : lengths) total *= l;
+    for (int32_t l : dims) total *= size_t(l);
     return total;
 }
 
-// The transform of `data` along storage axis `axis`, in long double, times `scale`.
+// The transform of `data` along storage axis `axis` (last contiguous), in long double, scaled
+// by 1/sqrt(n) for normalization 1 and 1/n for any other nonzero value.
 inline std::vector<cplx> transform_axis(const std::vector<cplx> &data, const std::vector<size_t> &lengths,
-                                        size_t axis, bool inverse, long double scale = 1.0L) {
+                                        size_t axis, bool inverse, int normalization = 0) {
     size_t stride = 1, batch = 1;
     for (size_t i = axis + 1; i < lengths.size(); ++i) stride *= lengths[i];
     for (size_t i = 0; i < axis; ++i) batch *= lengths[i];
     const size_t n = lengths[axis];
-    const long double two_pi = 6.283185307179586476925286766559L;
+    const long double scale = normalization == 0   ? 1.0L
+                              : normalization == 1 ? 1.0L / std::sqrt(static_cast<long double>(n))
+                                                   : 1.0L / n;
+    std::vector<long double> cs(n), sn(n);
+    for (size_t j = 0; j < n; ++j) {
+        const long double angle = 6.283185307179586476925286766559L * j / n;
+        cs[j] = std::cos(angle) * scale;
+        sn[j] = (inverse ? std::sin(angle) : -std::sin(angle)) * scale;
+    }
     std::vector<cplx> out(data.size());
     for (size_t g = 0; g < batch; ++g)
         for (size_t s = 0; s < stride; ++s)
             for (size_t k = 0; k < n; ++k) {
                 long double re = 0, im = 0;
                 for (size_t j = 0; j < n; ++j) {
-                    const long double angle = two_pi * static_cast<long double>((j * k) % n) / n;
-                    const long double c = std::cos(angle), v = inverse ? std::sin(angle) : -std::sin(angle);
                     const cplx x = data[(g * n + j) * stride + s];
-                    re += x.real() * c - x.imag() * v;
-                    im += x.real() * v + x.imag() * c;
+                    re += x.real() * cs[j * k % n] - x.imag() * sn[j * k % n];
+                    im += x.real() * sn[j * k % n] + x.imag() * cs[j * k % n];
                 }
-                out[(g * n + k) * stride + s] = {static_cast<double>(re * scale), static_cast<double>(im * scale)};
+                out[(g * n + k) * stride + s] = {double(re), double(im)};
             }
     return out;
 }
 
-// The transform along storage axes [first, last), slowest first.
-inline std::vector<cplx> transform_axes(std::vector<cplx> data, const std::vector<size_t> &lengths, size_t first,
-                                        size_t last, bool inverse, long double scale = 1.0L) {
-    for (size_t a = first; a < last; ++a) data = transform_axis(data, lengths, a, inverse);
-    for (cplx &z : data) z *= static_cast<double>(scale);
+// What an entry leaves in `data` of host lengths `dims`: for rank 1 the first argument1
+// elements transformed, otherwise host dimension argument1 (every one when 0) in turn,
+// slowest in storage first; `but_last` leaves out the last of several passes.
+inline std::vector<cplx> entry_oracle(std::vector<cplx> data, std::vector<int32_t> dims, int32_t order,
+                                      int64_t argument1, bool inverse, int normalization, bool but_last = false) {
+    if (dims.size() == 1) {
+        const std::vector<cplx> head = transform_axis({data.begin(), data.begin() + argument1}, {size_t(argument1)}, 0,
+                                                      inverse, normalization);
+        std::copy(head.begin(), head.end(), data.begin());
+        return data;
+    }
+    if (order != HW_ORDER_C) std::reverse(dims.begin(), dims.end());
+    const std::vector<size_t> lengths(dims.begin(), dims.end());
+    size_t first = 0, last = lengths.size();
+    if (argument1 != 0) last = (first = order == HW_ORDER_C ? argument1 - 1 : last - argument1) + 1;
+    if (but_last && last > first) --last;
+    for (size_t a = first; a < last; ++a) data = transform_axis(data, lengths, a, inverse, normalization);
     return data;
 }
 
@@ -98,25 +113,18 @@ inline double relative_error(const std::vector<cplx> &got, const std::vector<cpl
 enum RTableFlags : int { kReal = 1, kSparse = 2, kOtherOrder = 4, kReadOnly = 8, kHuge = 16 };
 
 struct Arg {
-    enum Kind { Int, BigInt, Float, Name, Table, Same } kind;
+    enum Kind { Int, Float, Name, Table, Same } kind;
     int64_t value = 0;  // integer value, or argument index for Same
     std::vector<int32_t> dims = {};
     int flags = 0;
 };
 inline Arg I(int64_t v) { return {Arg::Int, v}; }
-inline Arg Big(int64_t v) { return {Arg::BigInt, v}; }
 inline Arg F() { return {Arg::Float}; }
 inline Arg N() { return {Arg::Name}; }
 inline Arg T(std::vector<int32_t> dims, int flags = 0) { return {Arg::Table, 0, std::move(dims), flags}; }
 inline Arg Same(int64_t index) { return {Arg::Same, index}; }
-// An rtable of 64 dimensions of length 1.
-inline Arg Rank64() { return T(std::vector<int32_t>(64, 1)); }
 
-struct Refusal {
-    const char *what;
-    std::vector<Arg> args;
-    const char *message;
-};
+struct Refusal { const char *what; std::vector<Arg> args; const char *message; };
 
 // Upper bounds of kHuge rtables read 1024 times larger, so that a small rtable claims more
 // than 2^31 - 1 elements without the storage behind it.
@@ -133,7 +141,6 @@ inline std::vector<HostValue> make_args(refhost::Host &h, const std::vector<Arg>
     for (const Arg &a : args) {
         switch (a.kind) {
         case Arg::Int: words.push_back(h.integer(a.value)); break;
-        case Arg::BigInt: words.push_back(h.big_integer(a.value)); break;
         case Arg::Float: words.push_back(h.floating(0.5)); break;
         case Arg::Name: words.push_back(h.name("x")); break;
         case Arg::Same: words.push_back(words[static_cast<size_t>(a.value)]); break;
