@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "fft/radix_kinds.h"
 #include "hw.h"
 
 namespace {
@@ -31,7 +32,7 @@ void run_libhw(benchmark::State &state, Shape s) {
     uint32_t radices[32];
     const uint32_t count = ehw_RadixDec(s.n, radices);
     const uint32_t last = radices[count - 1];
-    const uint32_t generic = last <= 5 || last == 6 || last == 8 || last == 9 || last == 16 ? 0 : last;
+    const uint32_t generic = hw::fft::needs_generic_butterfly(last) ? last : 0;
     std::vector<double> work(4 * size_t{generic} + 2);
     for (auto _ : state) {
         std::memcpy(data.data(), input.data(), input.size() * sizeof(double));

@@ -41,13 +41,7 @@ extern "C" HostValue hw_DFT(HostKernel *k, HostValue *args) {
     const int32_t rank = input_settings.num_dims;
 
     const int32_t argument1 = to_int32(k, args[1]);
-    if (rank == 1) {
-        require(k, argument1 >= 1, "argument #1, the data length, must be a positive integer");
-        require(k, argument1 <= dimension_length(k, args[2], 1), "data length specification exceeds storage of input");
-    } else {
-        require(k, argument1 >= 0, "argument #1, the transform dimension, must be 0 or the dimension to be transformed");
-        require(k, argument1 <= rank, "argument #1, the specified transform dimension exceeds the dimensions of the rtable");
-    }
+    check_length_or_dimension(k, args[2], rank, argument1);
     double *input = static_cast<double *>(rtable_data(k, args[2]));
 
     RTableInfo output_settings;

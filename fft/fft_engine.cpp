@@ -5,6 +5,7 @@
 #include <cstddef>
 
 #include "fft/butterflies.h"
+#include "fft/radix_kinds.h"
 #include "fft/reorder.h"
 #include "hw.h"
 
@@ -168,13 +169,13 @@ extern "C" int32_t ehw_FFT(uint32_t length, uint32_t *radices, uint32_t radix_co
     uint32_t blocks = 1, m = length, roots_radix = 0;
     for (uint32_t p = 0; p < radix_count; ++p) {
         const uint32_t r = radices[p];
-        if (r % 2 == 0 && r != 2 && r != 4 && r != 6 && r != 8 && r != 16) return 1;
+        if (r % 2 == 0 && !is_power_of_two_radix(r) && r != 6) return 1;
         m /= r;
         const Pass pass{data, static_cast<size_t>(batch) * blocks, static_cast<size_t>(m) * stride};
-        if (r == 16 || r == 8 || r == 4 || r == 2) {
+        if (is_power_of_two_radix(r)) {
             inv ? pow2_pass<true>(pass, r, two_pi) : pow2_pass<false>(pass, r, two_pi);
             roots_radix = 0;
-        } else if (r == 9 || r == 6 || r == 3 || r == 5) {
+        } else if (is_small_mixed_radix(r)) {
             odd_pass(pass, r, inv, two_pi);
             roots_radix = 0;
         } else {

@@ -3,6 +3,7 @@
 #include <cmath>
 #include <cstdint>
 
+#include "fft/radix_kinds.h"
 #include "host/arg_checks.h"
 #include "host/transform_dims.h"
 
@@ -17,9 +18,6 @@ constexpr const char *kBadData = "argument #2, the data, must be an 1-d complex 
 
 // Room for the radix list of any 32-bit length.
 constexpr int kMaxRadices = 32;
-
-// Whether a last radix list entry needs the generic odd-radix butterfly and its storage.
-bool is_generic_radix(uint32_t r) { return r > 5 && r != 6 && r != 8 && r != 9 && r != 16; }
 
 }  // namespace
 
@@ -44,14 +42,10 @@ extern "C" HostValue hw_FFT(HostKernel *k, HostValue *args) {
 
     const int32_t argument1 = immediate_int_value(args[1]);
     TransformDims dims;
+    check_length_or_dimension(k, args[2], settings.num_dims, argument1);
     if (settings.num_dims == 1) {
-        require(k, argument1 >= 1, "argument #1, the data length, must be a positive integer");
-        require(k, argument1 <= dimension_length(k, args[2], 1), "data length specification exceeds storage of input");
         single_length(&dims, static_cast<uint32_t>(argument1));
     } else {
-        require(k, argument1 >= 0, "argument #1, the transform dimension, must be 0 or the dimension to be transformed");
-        require(k, argument1 <= settings.num_dims,
-                "argument #1, the specified transform dimension exceeds the dimensions of the rtable");
         fill_storage_lengths(k, args[2], settings, "argument #2, the data, cannot have more than 63 dimensions", &dims);
         set_transform_range(&dims, argument1, settings.order_type);
     }
@@ -65,7 +59,7 @@ extern "C" HostValue hw_FFT(HostKernel *k, HostValue *args) {
         const uint32_t length = dims.length[i];
         if (length < 2) continue;
         const uint32_t last = radices[ehw_RadixDec(length, radices) - 1];
-        if (is_generic_radix(last) && last > largest_generic) largest_generic = last;
+        if (hw::fft::needs_generic_butterfly(last) && last > largest_generic) largest_generic = last;
         if (storage == 1 && length > largest_length) largest_length = length;
     }
     uint64_t work_length = 2 * largest_generic;

@@ -4,6 +4,16 @@
 
 namespace hw::host {
 
+void check_length_or_dimension(HostKernel *k, HostValue rt, int32_t rank, int32_t argument1) {
+    if (rank == 1) {
+        require(k, argument1 >= 1, "argument #1, the data length, must be a positive integer");
+        require(k, argument1 <= dimension_length(k, rt, 1), "data length specification exceeds storage of input");
+    } else {
+        require(k, argument1 >= 0, "argument #1, the transform dimension, must be 0 or the dimension to be transformed");
+        require(k, argument1 <= rank, "argument #1, the specified transform dimension exceeds the dimensions of the rtable");
+    }
+}
+
 void single_length(TransformDims *dims, uint32_t n) {
     dims->length[0] = n;
     dims->count = 1;

@@ -19,6 +19,10 @@ struct TransformDims {
     int32_t last;
 };
 
+// Argument 1 of the Fourier entries: for an rtable `rt` of rank 1 the data length (1 up to
+// its length), for any other rank the transform dimension (0 up to the rank).
+void check_length_or_dimension(HostKernel *k, HostValue rt, int32_t rank, int32_t argument1);
+
 // The table of a one-dimensional transform of the first n elements: the single entry n.
 void single_length(TransformDims *dims, uint32_t n);
 

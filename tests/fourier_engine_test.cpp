@@ -1,6 +1,7 @@
 // The FFT and direct DFT engines against the long-double oracle: lengths that exercise every
 // butterfly, pass order and both ways of reordering; the DFT's roots table; the radix
 // decomposition.
+#include "fft/radix_kinds.h"
 #include "fourier_support.h"
 
 namespace {
@@ -27,7 +28,7 @@ std::vector<cplx> run_fft(std::vector<cplx> x, uint32_t n, uint32_t stride, uint
                           std::vector<uint32_t> *radix_list = nullptr) {
     uint32_t radices[32];
     const uint32_t count = ehw_RadixDec(n, radices), last = radices[count - 1];
-    const uint32_t generic = last <= 5 || last == 6 || last == 8 || last == 9 || last == 16 ? 0 : last;
+    const uint32_t generic = hw::fft::needs_generic_butterfly(last) ? last : 0;
     const size_t used = std::max<size_t>(2 * generic, storage ? n : 0);
     const cplx guard(12345.678, -1);
     std::vector<cplx> work(used + 4, guard);
