@@ -6,6 +6,7 @@
 #include "fft/radix_kinds.h"
 #include "host/arg_checks.h"
 #include "host/transform_dims.h"
+#include "simd/scale.h"
 
 using namespace hw::host;
 
@@ -99,7 +100,7 @@ extern "C" HostValue hw_FFT(HostKernel *k, HostValue *args) {
     if (normalization != 0) {
         const double quotient = 1.0 / static_cast<double>(transformed);
         const double factor = normalization == 1 ? std::sqrt(quotient) : quotient;
-        for (uint64_t i = 0; i < uint64_t{dims.total} * 2; ++i) data[i] *= factor;
+        HW_PICK(hw::simd::best_isa(), scale_doubles)(data, size_t{dims.total} * 2, factor);
     }
     return null_value(k);
 }

@@ -1,0 +1,50 @@
+// Vectors of doubles for code compiled once per instruction-set level (*_simd.cpp only).
+//
+// The build defines HW_ISA_NS (isa_baseline, isa_avx2, isa_avx512) and HW_VEC_DOUBLES (2, 4,
+// 8: SSE2, AVX2, AVX-512 registers). Everything here has internal linkage, so the copies of
+// different levels never meet in the linker; a *_simd.cpp file keeps its own helpers in an
+// unnamed namespace for the same reason, and calls no inline function of a shared header that
+// could be compiled with wider instructions in another level's object.
+//
+// Only IEEE additions, subtractions, multiplications and divisions lane by lane: every level
+// gives the bits of the scalar operations in the same order (no FMA: -ffp-contract=off).
+#pragma once
+
+#if !defined(HW_ISA_NS) || !defined(HW_VEC_DOUBLES)
+#error "simd/vec.h belongs to files compiled once per instruction-set level (*_simd.cpp)"
+#endif
+
+#include <cstddef>
+
+namespace hw::HW_ISA_NS {
+namespace {
+
+constexpr int kLanes = HW_VEC_DOUBLES;
+
+typedef double vdouble __attribute__((vector_size(8 * HW_VEC_DOUBLES)));
+typedef long long vint64 __attribute__((vector_size(8 * HW_VEC_DOUBLES)));
+
+inline vdouble load(const double *p) {
+    vdouble v;
+    __builtin_memcpy(&v, p, sizeof v);
+    return v;
+}
+
+inline void store(double *p, vdouble v) { __builtin_memcpy(p, &v, sizeof v); }
+
+inline vdouble broadcast(double x) { return vdouble{} + x; }
+
+// (a, b, c, d, ...) -> (b, a, d, c, ...): real and imaginary parts of interleaved complex
+// values change places.
+inline vdouble swap_pairs(vdouble v) {
+#if HW_VEC_DOUBLES == 2
+    return __builtin_shufflevector(v, v, 1, 0);
+#elif HW_VEC_DOUBLES == 4
+    return __builtin_shufflevector(v, v, 1, 0, 3, 2);
+#else
+    return __builtin_shufflevector(v, v, 1, 0, 3, 2, 5, 4, 7, 6);
+#endif
+}
+
+}  // namespace
+}  // namespace hw::HW_ISA_NS

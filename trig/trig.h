@@ -1,0 +1,21 @@
+// Sines, cosines and roots of unity that come out the same on every CPU.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "simd/per_isa.h"
+
+namespace hw::trig {
+
+// cos(x) and sin(x), rounded correctly to double, for |x| <= 8.
+void sin_cos(double x, double *sine, double *cosine);
+
+// cos(2πt/n) and sin(2πt/n), rounded correctly, for n >= 1 and any t (taken modulo n).
+void unit_root(uint64_t t, uint64_t n, double *cosine, double *sine);
+
+}  // namespace hw::trig
+
+// cos_sin[2k], cos_sin[2k + 1] = cosine and sine of 2π(first + k·step)/n for k < count, the
+// same bits as unit_root on every level.
+HW_PER_ISA(void, unit_roots, (uint64_t n, uint64_t first, uint64_t step, size_t count, double *cos_sin))
