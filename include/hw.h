@@ -111,6 +111,20 @@ HW_API HostValue hw_DWTinv(HostKernel *kernel, HostValue *args);
 
 /* ---------------------------------------------------------------- engines */
 
+/* Result codes of the engines (0 is success for every engine). */
+enum {
+    HW_OK = 0,
+    HW_INV_SINGULAR = 1,             /* ehw_GEMatrixInv: no pivot found */
+    HW_INV_ILL_CONDITIONED = 3,      /* ehw_GEMatrixInv: condition estimate above 1e11 */
+    HW_FFT_UNSUPPORTED_RADIX = 1,    /* ehw_FFT: an even radix other than 2, 4, 6, 8, 16 */
+    HW_DWT_NO_MEMORY = 1,            /* ehw_DWTinv: the tail system could not be allocated */
+    HW_DWT_MASK_NOT_INVERTIBLE = 2,  /* ehw_DWTinv: h[0]g[1] - h[1]g[0] is exactly 0 */
+    HW_DWT_TAIL_OFFSET = 10,         /* ehw_DWTinv: 10 + the inversion's code for the tail system */
+    HW_DWT_TAIL_SINGULAR = 11,
+    HW_DWT_TAIL_ILL_CONDITIONED = 13,
+    HW_DWT_INCONSISTENT = 14         /* ehw_DWTinv: odd-length coefficients that no signal gives */
+};
+
 /* Gauss-Jordan inversion of the augmented row-major rows x cols matrix in place.
  * Returns 0 (inverted), 1 (singular, estimate not written), 3 (estimate above 1e11). */
 HW_API int32_t ehw_GEMatrixInv(double *matrix, int32_t rows, int32_t cols, double *condition);
