@@ -153,6 +153,21 @@ TEST(Trig, FastEvaluationStaysWellInsideItsErrorBound) {
     mpfr_clears(exact, pi, (mpfr_ptr)0);
 }
 
+// The rounding test at the edges of its room: half an ulp either side, a quarter below a power
+// of two, and nothing for a tie.
+TEST(Trig, RoundingTestKeepsClearOfMidpoints) {
+    struct Row {
+        double hi, lo, eps;
+        bool sure;
+    };
+    const Row rows[] = {{1.5, 0x1.fp-54, 0x1p-60, true},  {1.5, 0x1p-53, 0, false},      {1.5, -0x1.fp-54, 0x1p-60, true},
+                        {1.5, 0x1.fp-54, 0x1p-58, false}, {1.0, -0x1.fp-56, 0x1p-62, true}, {1.0, -0x1.ffp-55, 0x1p-62, false},
+                        {1.0, 0x1.fp-54, 0x1p-60, true},  {0.0, 0.0, 0.0, true}};
+    for (const Row &r : rows)
+        EXPECT_EQ(r.sure, static_cast<bool>(hw::trig::rounds_surely<double, int64_t>(r.hi, r.lo, r.eps)))
+            << r.hi << " " << r.lo << " " << r.eps;
+}
+
 // The exact path on its own (the fast path hands it only rare cases).
 TEST(Trig, ExactPathIsCorrectlyRounded) {
     Mpfr m;
