@@ -225,14 +225,14 @@ TEST(Trig, UnitRootSamplesAreCorrectlyRounded) {
     }
 }
 
-// Every level's batch gives the scalar unit_root's bits, for counts around the vector width and
-// steps that wrap around the circle.
+// Every level's batch gives the scalar unit_root's bits, for counts around the vector width, steps
+// that wrap around the circle, and whole circles of orders with and without factors 2, 4, 8.
 TEST(Trig, BatchesGiveScalarBitsOnEveryLevel) {
     struct Case {
         uint64_t n, first, step;
         size_t count;
     };
-    const Case cases[] = {{1, 0, 1, 3}, {7, 3, 5, 17}, {1024, 0, 1, 1024}, {1000, 999, 37, 61},
+    const Case cases[] = {{1, 0, 1, 3}, {7, 3, 5, 17}, {1024, 0, 1, 1024}, {1000, 999, 37, 61}, {12, 0, 1, 12}, {14, 0, 1, 14}, {9, 0, 1, 9},
                           {4294967296ull, 123456789, 4000000007ull, 40}, {4294967291ull, 5, 1, 9}};
     for (const Case &k : cases) {
         std::vector<double> want(2 * k.count);
@@ -244,6 +244,9 @@ TEST(Trig, BatchesGiveScalarBitsOnEveryLevel) {
             EXPECT_EQ(0, std::memcmp(got.data(), want.data(), want.size() * sizeof(double)))
                 << hw::simd::isa_name(isa) << " n " << k.n;
             EXPECT_EQ(-7.0, got.back()) << "wrote past the batch";
+            if (k.first != 0 || k.step != 1 || k.count != k.n) continue;
+            HW_PICK(isa, unit_roots_circle)(k.n, got.data());
+            EXPECT_EQ(0, std::memcmp(got.data(), want.data(), want.size() * sizeof(double))) << "circle, n " << k.n;
         }
     }
 }
@@ -258,12 +261,18 @@ TEST(TrigExhaustive, EveryTransformAngleAndRootUpTo4096) {
     for (uint64_t n = 1; n <= 4096; ++n) {
         const double step = kTwoPi / static_cast<double>(n);
         for (uint64_t k = 0; k < n; ++k) {
-            check_sin_cos(m, bad, static_cast<double>(k) * kTwoPi / static_cast<double>(n));
-            check_sin_cos(m, bad, static_cast<double>(k) * step);
+            const double product_first = static_cast<double>(k) * kTwoPi / static_cast<double>(n);
+            const double step_first = static_cast<double>(k) * step;
+            check_sin_cos(m, bad, product_first);
+            if (step_first != product_first) check_sin_cos(m, bad, step_first);
         }
         const std::vector<Isa> levels = hwtest::runnable_levels();
-        batch.resize(2 * n * levels.size());
-        for (size_t l = 0; l < levels.size(); ++l) HW_PICK(levels[l], unit_roots)(n, 0, 1, n, &batch[2 * n * l]);
+        batch.resize(2 * n * (levels.size() + 1));
+        for (size_t l = 0; l < levels.size(); ++l) {
+            HW_PICK(levels[l], unit_roots)(n, 0, 1, n, &batch[2 * n * l]);
+            HW_PICK(levels[l], unit_roots_circle)(n, &batch[2 * n * levels.size()]);
+            EXPECT_EQ(0, std::memcmp(&batch[2 * n * l], &batch[2 * n * levels.size()], 2 * n * sizeof(double))) << n;
+        }
         for (uint64_t t = 0; t < n; ++t) {
             double rc, rs;
             reference_root(m, t, n, &rc, &rs);

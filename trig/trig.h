@@ -19,3 +19,7 @@ void unit_root(uint64_t t, uint64_t n, double *cosine, double *sine);
 // cos_sin[2k], cos_sin[2k + 1] = cosine and sine of 2π(first + k·step)/n for k < count, the
 // same bits as unit_root on every level.
 HW_PER_ISA(void, unit_roots, (uint64_t n, uint64_t first, uint64_t step, size_t count, double *cos_sin))
+
+// cos_sin[2t], cos_sin[2t + 1] = cosine and sine of 2πt/n for every t < n (unit_root's bits),
+// about eight times cheaper than unit_roots over the whole circle when 8 divides n.
+HW_PER_ISA(void, unit_roots_circle, (uint64_t n, double *cos_sin))

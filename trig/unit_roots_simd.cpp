@@ -116,4 +116,26 @@ void unit_roots(uint64_t n, uint64_t first, uint64_t step, size_t count, double 
     }
 }
 
+// Only the first eighth (quarter, half) of the circle is evaluated; the rest follows from the
+// exact symmetries cos(pi/2 - x) = sin x, cos(pi/2 + x) = -sin x, cos(2pi - x) = cos x. No
+// negated value is a zero: the sines that vanish (t = 0, n/2) are never the source of one.
+void unit_roots_circle(uint64_t n, double *cos_sin) {
+    const uint64_t computed = n % 8 == 0 ? n / 8 : n % 4 == 0 ? n / 4 : n / 2;
+    unit_roots(n, 0, 1, computed + 1, cos_sin);
+    if (n % 8 == 0)
+        for (uint64_t t = n / 8 + 1; t <= n / 4; ++t) {
+            cos_sin[2 * t] = cos_sin[2 * (n / 4 - t) + 1];
+            cos_sin[2 * t + 1] = cos_sin[2 * (n / 4 - t)];
+        }
+    if (n % 4 == 0)
+        for (uint64_t t = n / 4 + 1; t <= n / 2; ++t) {
+            cos_sin[2 * t] = -cos_sin[2 * (t - n / 4) + 1];
+            cos_sin[2 * t + 1] = cos_sin[2 * (t - n / 4)];
+        }
+    for (uint64_t t = n / 2 + 1; t < n; ++t) {
+        cos_sin[2 * t] = cos_sin[2 * (n - t)];
+        cos_sin[2 * t + 1] = -cos_sin[2 * (n - t) + 1];
+    }
+}
+
 }  // namespace hw::HW_ISA_NS
