@@ -3,6 +3,8 @@
 // the exact fixed-point path of trig/exact_trig.h when the test cannot decide.
 #include "trig/trig.h"
 
+#include <limits>
+
 #include "trig/exact_trig.h"
 #include "trig/octant_kernel.h"
 #include "trig/trig_tables.h"
@@ -32,11 +34,14 @@ bool fast_octant(double ph, double pl, double *cosine, double *sine) {
 
 void sin_cos(double x, double *sine, double *cosine) {
     const double y = x < 0 ? -x : x;
-    if (!(y >= 0x1p-27)) {
-        // sin x = x and cos x = 1 to within a quarter ulp (x^3/6 and x^2/2 are that small); NaN
-        // stays NaN.
+    if (y < 0x1p-27) {
+        // sin x = x and cos x = 1 to within a quarter ulp (x^3/6 and x^2/2 are that small).
         *sine = x;
-        *cosine = y == y ? 1.0 : x;
+        *cosine = 1.0;
+        return;
+    }
+    if (!(y < 32.0)) {  // NaN, infinities, and angles the reduction below is not made for
+        *sine = *cosine = y != y ? x : std::numeric_limits<double>::quiet_NaN();
         return;
     }
     // y - k*pi/2 to about 2^-100 relative, |rest| <= pi/4 + 2^-50. The first difference is

@@ -8,7 +8,8 @@
 
 namespace hw::trig {
 
-// cos(x) and sin(x), rounded correctly to double, for |x| <= 8.
+// cos(x) and sin(x), rounded correctly to double, for |x| <= 8 (verified; the method holds up to
+// |x| < 32, beyond which both are NaN).
 void sin_cos(double x, double *sine, double *cosine);
 
 // cos(2πt/n) and sin(2πt/n), rounded correctly, for n >= 1 and any t (taken modulo n).
