@@ -208,7 +208,7 @@ TEST(Trig, SinCosSamplesAreCorrectlyRounded) {
         const double u = std::ldexp(static_cast<double>(rng() >> 11), -53);
         check_sin_cos(m, bad, i % 2 ? 16 * u - 8 : std::ldexp(u, -static_cast<int>(rng() % 30)));
     }
-    for (double x : {NAN, INFINITY, -40.0}) {
+    for (double x : {double(NAN), double(INFINITY), -40.0}) {
         double s, c;
         hw::trig::sin_cos(x, &s, &c);
         EXPECT_TRUE(std::isnan(s) && std::isnan(c)) << x;
