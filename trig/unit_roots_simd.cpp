@@ -4,6 +4,8 @@
 // finds the table angle j*pi/1024 nearest to (pi/4)*a/n and the rest delta as an exact integer
 // times pi/(1024 n), and evaluates as the scalar code does; lanes whose rounding is not sure
 // take the exact path. The results are the correctly rounded values, on every level.
+#include <immintrin.h>
+
 #include "simd/vec.h"
 #include "trig/exact_trig.h"
 #include "trig/octant_kernel.h"
@@ -43,6 +45,30 @@ Order order_constants(uint64_t n) {
     return o;
 }
 
+vdouble gather(const double *base, vint64 index) {
+#if HW_VEC_DOUBLES == 8
+    return (vdouble)_mm512_mask_i64gather_pd(_mm512_setzero_pd(), 0xff, (__m512i)index, base, 8);
+#elif HW_VEC_DOUBLES == 4
+    return (vdouble)_mm256_mask_i64gather_pd(_mm256_setzero_pd(), base, (__m256i)index, _mm256_castsi256_pd(_mm256_set1_epi64x(-1)), 8);
+#else
+    return vdouble{base[index[0]], base[index[1]]};
+#endif
+}
+
+// (c0, s0, c1, s1, ...) into out[0 .. 2 kLanes).
+void store_interleaved(double *out, vdouble c, vdouble s) {
+#if HW_VEC_DOUBLES == 8
+    store(out, __builtin_shufflevector(c, s, 0, 8, 1, 9, 2, 10, 3, 11));
+    store(out + kLanes, __builtin_shufflevector(c, s, 4, 12, 5, 13, 6, 14, 7, 15));
+#elif HW_VEC_DOUBLES == 4
+    store(out, __builtin_shufflevector(c, s, 0, 4, 1, 5));
+    store(out + kLanes, __builtin_shufflevector(c, s, 2, 6, 3, 7));
+#else
+    store(out, __builtin_shufflevector(c, s, 0, 2));
+    store(out + kLanes, __builtin_shufflevector(c, s, 1, 3));
+#endif
+}
+
 vdouble truncate(vdouble x) { return __builtin_convertvector(__builtin_convertvector(x, vint64), vdouble); }
 
 // cos and sin of 2*pi*u/n for the lanes of u (integers, 0 <= u < n).
@@ -64,16 +90,11 @@ void roots_of_lanes(const Order &o, vdouble u, vdouble &cosine, vdouble &sine) {
     exact_sum_ordered(num * o.k1, num * o.k2, s, e);
     exact_sum_ordered(s, e + num * o.k3, dh, dl);
 
-    const vint64 index = __builtin_convertvector(j, vint64);
-    vdouble ch, cl, sh, sl;
-    for (int i = 0; i < kLanes; ++i) {
-        const TableAngle &t = kTableAngles[index[i]];
-        ch[i] = t.cos_hi;
-        cl[i] = t.cos_lo;
-        sh[i] = t.sin_hi;
-        sl[i] = t.sin_lo;
-    }
-    const OctantValues<vdouble> v = evaluate_octant(ch, cl, sh, sl, dh, dl);
+    // Each table entry is four doubles.
+    const vint64 index = __builtin_convertvector(j, vint64) * 4;
+    const double *table = &kTableAngles[0].cos_hi;
+    const OctantValues<vdouble> v = evaluate_octant(gather(table, index), gather(table + 1, index),
+                                                    gather(table + 2, index), gather(table + 3, index), dh, dl);
     vdouble c = v.cos_hi, sn = v.sin_hi;
     const auto sure = rounds_surely<vdouble, vint64>(v.cos_hi, v.cos_lo, error_bound<vdouble, vint64>(v.cos_hi, v.s3)) &
                         rounds_surely<vdouble, vint64>(v.sin_hi, v.sin_lo, error_bound<vdouble, vint64>(v.sin_hi, v.s3));
@@ -97,22 +118,34 @@ void roots_of_lanes(const Order &o, vdouble u, vdouble &cosine, vdouble &sine) {
 
 void unit_roots(uint64_t n, uint64_t first, uint64_t step, size_t count, double *cos_sin) {
     const Order o = order_constants(n);
-    uint64_t t = first % n;
+    // Lane i holds t = first + (k + i)*step mod n: offsets (i*step mod n) once, then the first
+    // lane's t moves by kLanes*step mod n per vector.
     const uint64_t d = step % n;
-    for (size_t k = 0; k < count; k += kLanes) {
-        vdouble u;
-        for (int i = 0; i < kLanes; ++i) {
-            u[i] = static_cast<double>(t);
-            t += d;
-            if (t >= n) t -= n;
-        }
+    vdouble offsets;
+    uint64_t t = 0;
+    for (int i = 0; i < kLanes; ++i) {
+        offsets[i] = static_cast<double>(t);
+        t += d;
+        if (t >= n) t -= n;
+    }
+    const uint64_t advance = t;
+    t = first % n;
+    size_t k = 0;
+    for (; k < count; k += kLanes) {
+        vdouble u = offsets + static_cast<double>(t);
+        u = u >= o.n ? u - o.n : u;
         vdouble c, s;
         roots_of_lanes(o, u, c, s);
-        const size_t lanes = count - k < static_cast<size_t>(kLanes) ? count - k : kLanes;
-        for (size_t i = 0; i < lanes; ++i) {
-            cos_sin[2 * (k + i)] = c[i];
-            cos_sin[2 * (k + i) + 1] = s[i];
+        if (count - k >= static_cast<size_t>(kLanes)) {
+            store_interleaved(cos_sin + 2 * k, c, s);
+        } else {
+            for (size_t i = 0; i < count - k; ++i) {
+                cos_sin[2 * (k + i)] = c[i];
+                cos_sin[2 * (k + i) + 1] = s[i];
+            }
         }
+        t += advance;
+        if (t >= n) t -= n;
     }
 }
 
