@@ -102,15 +102,20 @@ Fixed<L> mul_small(const Fixed<L> &a, uint64_t m) {
     return r;
 }
 
-// a / d truncated.
+// a / d truncated, for d < 2^48: sixteen bits at a time in 64-bit divisions (a 128-bit
+// division would call into libgcc_s, a dependency the library does not take on).
 template <int L>
 Fixed<L> div_small(const Fixed<L> &a, uint64_t d) {
     Fixed<L> r;
-    u128 rem = 0;
+    uint64_t rem = 0;
     for (int i = L; i >= 0; --i) {
-        const u128 cur = (rem << 64) | a.w[i];
-        r.w[i] = static_cast<uint64_t>(cur / d);
-        rem = cur % d;
+        uint64_t q = 0;
+        for (int shift = 48; shift >= 0; shift -= 16) {
+            const uint64_t cur = (rem << 16) | ((a.w[i] >> shift) & 0xffff);
+            q = (q << 16) | (cur / d);
+            rem = cur % d;
+        }
+        r.w[i] = q;
     }
     return r;
 }
