@@ -20,7 +20,8 @@
  * Threads and resources. Each call stands alone: the library has no initialisation, no global
  * or static mutable state, no locks and no threads of its own, and keeps nothing between
  * calls. Calls from several threads at once are safe as long as no array one call writes is
- * read or written by another. The engines allocate nothing, except ehw_DWTinv under end
+ * read or written by another (and, for the entry points, as far as the host's callbacks
+ * allow). The engines allocate nothing, except ehw_DWTinv under end
  * condition 1 (one malloc'ed block, freed before it returns); working storage comes from the
  * caller. A call uses at most 64 KiB of stack.
  *
