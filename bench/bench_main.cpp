@@ -7,6 +7,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <ctime>
 #include <fstream>
@@ -45,6 +46,7 @@ class TableReporter : public benchmark::ConsoleReporter {
 
     void Finalize() override {
         ConsoleReporter::Finalize();
+        for (auto &family : families_) put_in_order(family.second);
         for (const auto &[family, f] : families_) {
             if (!contains(f.impls, "libhw")) continue;  // not a comparison family
             std::printf("\n%s: ns per call", family.c_str());
@@ -73,6 +75,23 @@ class TableReporter : public benchmark::ConsoleReporter {
     }
 
   private:
+    struct Family;
+
+    // Interleaved repetitions run the cases in any order: columns libhw, the references by
+    // name, copy_only; rows by the size their name starts with.
+    static void put_in_order(Family &f) {
+        const auto column = [](const std::string &impl) {
+            return std::make_pair(impl == "libhw" ? 0 : impl == "copy_only" ? 2 : 1, impl);
+        };
+        std::sort(f.impls.begin(), f.impls.end(),
+                  [&](const std::string &a, const std::string &b) { return column(a) < column(b); });
+        const auto row = [](const std::string &key) {
+            return std::make_pair(std::strtoull(key.c_str(), nullptr, 10), key);
+        };
+        std::sort(f.cases.begin(), f.cases.end(),
+                  [&](const std::string &a, const std::string &b) { return row(a) < row(b); });
+    }
+
     // {"date", "machine": {"cpu", "cores", "mhz"}, "families": [{"name", "implementations",
     //  "cases": [{"case", "ns": {implementation: ns}}]}]}, comparison families only.
     void write_json() const {
@@ -80,8 +99,8 @@ class TableReporter : public benchmark::ConsoleReporter {
         char date[32];
         const std::time_t now = std::time(nullptr);
         std::strftime(date, sizeof date, "%Y-%m-%d %H:%M UTC", std::gmtime(&now));
-        out << "{\n  \"date\": \"" << date << "\",\n  \"machine\": {\"cpu\": \"" << cpu_model() << "\", \"cores\": " << cores_
-            << ", \"mhz\": " << static_cast<long>(mhz_) << "},\n  \"families\": [";
+        out << "{\n  \"date\": \"" << date << "\",\n  \"machine\": {\"cpu\": \"" << cpu_model()
+            << "\", \"cores\": " << cores_ << ", \"mhz\": " << static_cast<long>(mhz_) << "},\n  \"families\": [";
         const char *separator = "";
         for (const auto &[family, f] : families_) {
             if (!contains(f.impls, "libhw")) continue;

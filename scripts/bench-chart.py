@@ -15,6 +15,12 @@ import matplotlib.pyplot as plt  # noqa: E402
 NOT_REFERENCES = {"libhw", "copy_only"}  # copy_only is the memory floor, not a competitor
 
 
+def by_size(case):
+    """Cases such as "1000" or "64x1024" in the order of the size they start with."""
+    digits = re.match(r"\d*", case).group()
+    return (int(digits) if digits else 0, case)
+
+
 def ratios(family):
     """{reference: [(case, libhw / reference)]} over the cases that have both times."""
     out = {}
@@ -33,7 +39,7 @@ def draw(tables, png):
     fig, axes = plt.subplots(len(families), 1, figsize=(10, 3.6 * len(families)), squeeze=False)
     for ax, family in zip(axes[:, 0], families):
         series = ratios(family)
-        cases = [c["case"] for c in family["cases"]]
+        cases = sorted((c["case"] for c in family["cases"]), key=by_size)
         width = 0.8 / len(series)
         for i, (reference, points) in enumerate(sorted(series.items())):
             xs = [cases.index(case) - 0.4 + width * (i + 0.5) for case, _ in points]
