@@ -202,9 +202,10 @@ HW_API int32_t ehw_GEMatrixInv(double *matrix, int32_t rows, int32_t cols, doubl
  * length. A length of 0 or 1 writes nothing and returns 0. */
 HW_API uint32_t ehw_RadixDec(uint32_t length, uint32_t *radices);
 
-/* Whether ehw_FFT runs a radix through its generic odd-radix butterfly, which gathers its
- * inputs in work and reads a root table: every odd radix other than 1, 3, 5 and 9 (in lists
- * from ehw_RadixDec, the prime factors from 7 up). */
+/* Whether ehw_FFT may run a radix through its generic odd-radix butterfly, which gathers its
+ * inputs in work and reads a root table, so that work and roots must be sized for it: every
+ * odd radix other than 1, 3, 5 and 9 (in lists from ehw_RadixDec, the prime factors from 7
+ * up). hw_FFT sizes its working storage by the same rule. */
 static inline int hw_fft_is_generic_radix(uint32_t radix) {
     return radix % 2 == 1 && radix != 1 && radix != 3 && radix != 5 && radix != 9;
 }
