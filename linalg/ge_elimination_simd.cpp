@@ -47,8 +47,17 @@ template <> inline vdouble load_as<vdouble>(const double *p) { return load(p); }
 template <> inline double load_as<double>(const double *p) { return *p; }
 inline void store_as(double *p, vdouble v) { store(p, v); }
 inline void store_as(double *p, double v) { *p = v; }
+// Every lane x, also for x = -0.0 (adding x to a zero vector would give +0.0).
 template <class T> inline T splat(double x);
-template <> inline vdouble splat<vdouble>(double x) { return broadcast(x); }
+template <> inline vdouble splat<vdouble>(double x) {
+#if HW_VEC_DOUBLES == 2
+    return vdouble{x, x};
+#elif HW_VEC_DOUBLES == 4
+    return vdouble{x, x, x, x};
+#else
+    return vdouble{x, x, x, x, x, x, x, x};
+#endif
+}
 template <> inline double splat<double>(double x) { return x; }
 
 // R rows x (V lanes of T) columns from column c: for each step t < steps in order,
@@ -86,7 +95,7 @@ void update_rows(double *const *x, const double *const *f, ptrdiff_t fstep, cons
 }
 
 void scale_row(double *x, ptrdiff_t width, double r) {
-    const vdouble rv = broadcast(r);
+    const vdouble rv = splat<vdouble>(r);
     ptrdiff_t c = 0;
     for (; c + kLanes <= width; c += kLanes) store(x + c, load(x + c) * rv);
     for (; c < width; ++c) x[c] *= r;
@@ -99,42 +108,62 @@ struct Matrix {
     double &at(ptrdiff_t i, ptrdiff_t j) const { return a[i * cols + j]; }
 };
 
+// Whether any of count doubles from p is zero.
+bool any_zero(const double *p, ptrdiff_t count) {
+    const vdouble zero = splat<vdouble>(0.0);
+    vint64 hit = vint64{} != vint64{};
+    ptrdiff_t j = 0;
+    for (; j + kLanes <= count; j += kLanes) hit |= load(p + j) == zero;
+    bool any = false;
+    for (int l = 0; l < kLanes; ++l) any |= hit[l] != 0;
+    for (; j < count; ++j) any |= p[j] == 0.0;
+    return any;
+}
+
+// R consecutive rows from `row` over `width` columns from tc: steps [j0, j1) of the list that
+// starts at pivot row `first` and goes in direction dir.
+template <int R>
+void update_group(const Matrix &m, ptrdiff_t row, ptrdiff_t first, ptrdiff_t dir, ptrdiff_t j0, ptrdiff_t j1,
+                  ptrdiff_t tc, ptrdiff_t width) {
+    if (j1 <= j0) return;
+    double *x[R];
+    const double *f[R];
+    bool some_zero = false;
+    for (int r = 0; r < R; ++r) {
+        x[r] = m.row(row + r) + tc;
+        f[r] = m.row(row + r) + first + dir * j0;
+        some_zero = some_zero || any_zero(dir > 0 ? f[r] : f[r] - (j1 - j0 - 1), j1 - j0);
+    }
+    const double *u = m.row(first + dir * j0) + tc;
+    if (some_zero) update_rows<R, true>(x, f, dir, u, dir * m.cols, j1 - j0, width);
+    else update_rows<R, false>(x, f, dir, u, dir * m.cols, j1 - j0, width);
+}
+
 // Applies the steps t_j = first + dir * j, j < count, to columns [c0, c1): the pivot rows t_j
 // in list order (each takes the steps before it, then, when `recip` is given, is multiplied by
 // recip[j]), then every row in [lo, hi). Row i's factor of step t is (i, t), the pivot row of
-// step t is row t.
+// step t is row t. Pivot rows go in groups: the steps before the group together, then the
+// group's own steps row by row.
 void apply_steps(const Matrix &m, ptrdiff_t first, ptrdiff_t dir, ptrdiff_t count, const double *recip,
                  ptrdiff_t lo, ptrdiff_t hi, ptrdiff_t c0, ptrdiff_t c1) {
     if (count <= 0 || c1 <= c0) return;
-    const ptrdiff_t ustep = dir * m.cols;
     for (ptrdiff_t tc = c0; tc < c1; tc += kColumnTile) {
         const ptrdiff_t width = c1 - tc < kColumnTile ? c1 - tc : kColumnTile;
-        const double *u = m.row(first) + tc;
-        for (ptrdiff_t j = 0; j < count; ++j) {
-            const ptrdiff_t t = first + dir * j;
-            double *x = m.row(t) + tc;
-            const double *f = m.row(t) + first;
-            update_rows<1, true>(&x, &f, dir, u, ustep, j, width);
-            if (recip) scale_row(x, width, recip[j]);
+        for (ptrdiff_t g = 0; g < count; g += kTileRows) {
+            const ptrdiff_t rows_in_group = count - g < kTileRows ? count - g : kTileRows;
+            // The list's rows go the list's way: a group of the backward list starts at its top row.
+            if (rows_in_group == kTileRows && dir > 0) update_group<kTileRows>(m, first + g, first, dir, 0, g, tc, width);
+            else if (rows_in_group == kTileRows) update_group<kTileRows>(m, first - g - kTileRows + 1, first, dir, 0, g, tc, width);
+            else
+                for (ptrdiff_t j = g; j < count; ++j) update_group<1>(m, first + dir * j, first, dir, 0, g, tc, width);
+            for (ptrdiff_t j = g; j < g + rows_in_group; ++j) {
+                update_group<1>(m, first + dir * j, first, dir, g, j, tc, width);
+                if (recip) scale_row(m.row(first + dir * j) + tc, width, recip[j]);
+            }
         }
         ptrdiff_t i = lo;
-        for (; i + kTileRows <= hi; i += kTileRows) {
-            double *x[kTileRows];
-            const double *f[kTileRows];
-            bool some_zero = false;
-            for (int r = 0; r < kTileRows; ++r) {
-                x[r] = m.row(i + r) + tc;
-                f[r] = m.row(i + r) + first;
-                for (ptrdiff_t j = 0; j < count; ++j) some_zero |= f[r][j * dir] == 0.0;
-            }
-            if (some_zero) update_rows<kTileRows, true>(x, f, dir, u, ustep, count, width);
-            else update_rows<kTileRows, false>(x, f, dir, u, ustep, count, width);
-        }
-        for (; i < hi; ++i) {
-            double *x = m.row(i) + tc;
-            const double *f = m.row(i) + first;
-            update_rows<1, true>(&x, &f, dir, u, ustep, count, width);
-        }
+        for (; i + kTileRows <= hi; i += kTileRows) update_group<kTileRows>(m, i, first, dir, 0, count, tc, width);
+        for (; i < hi; ++i) update_group<1>(m, i, first, dir, 0, count, tc, width);
     }
 }
 

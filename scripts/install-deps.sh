@@ -6,7 +6,7 @@ need=()
 have() { dpkg-query -W -f='${Status}' "$1" 2>/dev/null | grep -q 'ok installed'; }
 for p in cmake g++ make googletest libgtest-dev binutils; do have "$p" || need+=("$p"); done
 if [ "${1:-}" = bench ]; then
-  for p in libbenchmark-dev libfftw3-dev python3-pywt python3-numpy; do have "$p" || need+=("$p"); done
+  for p in libbenchmark-dev libfftw3-dev python3-pywt python3-numpy libopenblas-dev libopenblas0-pthread liblapack-dev; do have "$p" || need+=("$p"); done
 fi
 if [ ${#need[@]} -gt 0 ]; then
   SUDO=""; [ "$(id -u)" -eq 0 ] || SUDO=sudo

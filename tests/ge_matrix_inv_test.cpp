@@ -167,8 +167,9 @@ std::vector<double> make_matrix(int rows, int cols, Fill fill, std::mt19937_64 &
         if (fill == Fill::duplicate_rows && i != k) std::copy_n(&at(k, 0), w, &at(i, 0));
         for (int j = 0; fill == Fill::nearly_dependent && j < w; ++j) at(i, j) = at(k, j) + 1e-13 * u(rng);
         if (fill == Fill::non_finite && w > 0) {
-            const double odd[] = {std::numeric_limits<double>::infinity(), std::nan(""), 1e-310, -1e300};
-            at(i, row(rng) % w) = odd[n];
+            const double inf = std::numeric_limits<double>::infinity();
+            const double odd[] = {inf, -inf, std::nan(""), 1e-310, -1e-310};  // 1/x: 0, -0, inf, -inf
+            at(i, row(rng) % w) = odd[(i + k + n) % 5];
         }
     }
     return m;
