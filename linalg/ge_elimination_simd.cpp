@@ -37,8 +37,8 @@ constexpr int kTileRows = 6, kTileVecs = 4;
 constexpr int kTileRows = 4, kTileVecs = 3;
 #endif
 constexpr ptrdiff_t kChunk = kLanes * kTileVecs;  // columns of one register tile
-constexpr ptrdiff_t kColumnTile = 16 * kChunk;     // columns updated together per row group
-constexpr ptrdiff_t kPanel = 128;                  // pivot steps per pass over the matrix
+constexpr ptrdiff_t kColumnTile = 32 * kChunk;     // columns updated together per row group
+constexpr ptrdiff_t kPanel = 64;                   // pivot steps per pass over the matrix
 constexpr ptrdiff_t kLeaf = 16;                    // panel width factored step by step
 constexpr ptrdiff_t kHistory = 256;                // pivots read per sweep when reordering
 
