@@ -8,7 +8,8 @@
 // rest of the matrix has used them, and then applied to the other columns tile by tile: the
 // panel's pivot rows in step order, then every row below, each row taking the panel's steps in
 // order. Row exchanges commute with the updates of earlier steps (both rows are updated by their
-// own factors), so a panel's exchanges are applied to the other columns first.
+// own factors), so a panel's exchanges are applied to the other columns first. The backward
+// phase goes the same way, its steps in descending order and without scaling.
 //
 // While the right block is still the identity it has a known shape that need not be computed:
 // kept with its columns in pivot order (column q belongs to the row that became pivot q), its
@@ -19,9 +20,10 @@
 // can be put back in order once, with row-local swaps; a non-finite factor puts them back at
 // once and the rest runs on the plain layout.
 //
-// Stack: two panel records of kPanel doubles and pointers (2 KiB), 16 row pointers per kernel
-// call, kHistory pivots for putting the columns back (2 KiB), recursion depth
-// log2(kPanel / kLeaf) = 3 frames: under 8 KiB in all.
+// Stack: a panel's reciprocals and pivots (2 x kPanel x 8 bytes = 1 KiB), kHistory pivots for
+// putting the columns back (1 KiB), a kernel's row pointers and spilled accumulators (under
+// 2 KiB), and factor_panel's recursion, log2(kPanel / kLeaf) = 2 frames of a few words:
+// under 8 KiB in all, whatever the matrix size.
 #include <cstdint>
 
 #include "linalg/ge_matrix_inv.h"
