@@ -49,7 +49,8 @@ template <> inline vdouble load_as<vdouble>(const double *p) { return load(p); }
 template <> inline double load_as<double>(const double *p) { return *p; }
 inline void store_as(double *p, vdouble v) { store(p, v); }
 inline void store_as(double *p, double v) { *p = v; }
-// Every lane x, also for x = -0.0 (adding x to a zero vector would give +0.0).
+// Every lane x, also -0.0, in one broadcast instruction (filling the lanes one by one, as
+// vec.h's broadcast does, compiles to a masked load per lane inside the kernel).
 template <class T> inline T splat(double x);
 template <> inline vdouble splat<vdouble>(double x) {
 #if HW_VEC_DOUBLES == 2
