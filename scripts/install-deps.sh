@@ -17,7 +17,7 @@ if [ "${1:-}" = charts ]; then
   for p in python3-matplotlib python3-numpy python3-pywt; do have "$p" || need+=("$p"); done
 fi
 if [ "${1:-}" = bench ]; then
-  for p in libbenchmark-dev libfftw3-dev python3-pywt python3-numpy; do have "$p" || need+=("$p"); done
+  for p in libbenchmark-dev libfftw3-dev python3-pywt python3-numpy libopenblas-dev libopenblas0-pthread liblapack-dev; do have "$p" || need+=("$p"); done
 fi
 if [ ${#need[@]} -gt 0 ]; then
   SUDO=""; [ "$(id -u)" -eq 0 ] || SUDO=sudo
