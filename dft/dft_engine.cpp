@@ -4,22 +4,25 @@
 #include <cmath>
 #include <cstddef>
 
+#include "dft/dft_engine.h"
 #include "hw.h"
+#include "trig/trig.h"
 
 namespace {
 
-struct Complex {
+struct DftComplex {
     double re, im;
 };
 
 // Entries 0 .. h-1 of the table: (cos(m*theta), sigma*sin(m*theta)).
-void fill_roots(uint32_t n, double pi, int32_t inverse, Complex *roots) {
+void fill_half_circle_roots(uint32_t n, double pi, int32_t inverse, DftComplex *roots) {
     const double theta = (pi + pi) / static_cast<double>(n);
     const uint32_t h = (n + 1) / 2;
     for (uint32_t m = 0; m < h; ++m) {
         const double angle = static_cast<double>(m) * theta;
-        const double s = std::sin(angle);
-        roots[m] = {std::cos(angle), inverse ? s : -s};
+        double s, c;
+        hw::trig::sin_cos(angle, &s, &c);
+        roots[m] = {c, inverse ? s : -s};
     }
 }
 
@@ -28,15 +31,15 @@ void fill_roots(uint32_t n, double pi, int32_t inverse, Complex *roots) {
 // operations. For even n the sums start at x[0] - x[n/2] for odd k, else at x[0] + x[n/2];
 // for odd n `start_odd_k` and `start_even_k` are both x[0].
 template <int K, bool EvenLength>
-void output_pairs(const Complex *x, Complex *X, size_t step, uint32_t n, uint32_t k0, const Complex *roots,
-                  Complex start_odd_k, Complex start_even_k) {
+void output_pairs(const DftComplex *x, DftComplex *X, size_t step, uint32_t n, uint32_t k0, const DftComplex *roots,
+                  DftComplex start_odd_k, DftComplex start_even_k) {
     const uint32_t h = (n + 1) / 2;
     double R[K], I[K], A[K], B[K];
     uint32_t m[K];
 #pragma GCC unroll 8
     for (int l = 0; l < K; ++l) {
         const uint32_t k = k0 + l;
-        const Complex start = (k & 1) ? start_odd_k : start_even_k;
+        const DftComplex start = (k & 1) ? start_odd_k : start_even_k;
         R[l] = start.re;
         I[l] = start.im;
         A[l] = 0.0;
@@ -44,7 +47,7 @@ void output_pairs(const Complex *x, Complex *X, size_t step, uint32_t n, uint32_
         m[l] = k;
     }
     for (uint32_t j = 1; j < h; ++j) {
-        const Complex p = x[j * step], q = x[(n - j) * step];
+        const DftComplex p = x[j * step], q = x[(n - j) * step];
         const double sum_re = p.re + q.re, sum_im = p.im + q.im;
         const double diff_re = p.re - q.re, diff_im = p.im - q.im;
 #pragma GCC unroll 8
@@ -59,7 +62,7 @@ void output_pairs(const Complex *x, Complex *X, size_t step, uint32_t n, uint32_
             } else {
                 // Past the half circle: the conjugate of entry n - m, so the sine sums turn.
                 const bool upper = power >= h;
-                const Complex w = roots[upper ? n - power : power];
+                const DftComplex w = roots[upper ? n - power : power];
                 const double sine = upper ? -w.im : w.im;
                 R[l] += sum_re * w.re;
                 I[l] += sum_im * w.re;
@@ -79,8 +82,8 @@ void output_pairs(const Complex *x, Complex *X, size_t step, uint32_t n, uint32_
 
 // Outputs 1 .. h-1 with their mirrors, four at a time.
 template <bool EvenLength>
-void all_output_pairs(const Complex *x, Complex *X, size_t step, uint32_t n, const Complex *roots,
-                      Complex start_odd_k, Complex start_even_k) {
+void all_output_pairs(const DftComplex *x, DftComplex *X, size_t step, uint32_t n, const DftComplex *roots,
+                      DftComplex start_odd_k, DftComplex start_even_k) {
     const uint32_t h = (n + 1) / 2;
     uint32_t k = 1;
     for (; k + 4 <= h; k += 4) output_pairs<4, EvenLength>(x, X, step, n, k, roots, start_odd_k, start_even_k);
@@ -88,8 +91,8 @@ void all_output_pairs(const Complex *x, Complex *X, size_t step, uint32_t n, con
 }
 
 // One transform: x[j] at x[j*step], X[k] at X[k*step].
-void transform_odd(const Complex *x, Complex *X, size_t step, uint32_t n, const Complex *roots) {
-    Complex sum = x[0];
+void transform_odd(const DftComplex *x, DftComplex *X, size_t step, uint32_t n, const DftComplex *roots) {
+    DftComplex sum = x[0];
     for (uint32_t j = 1; j < n; ++j) {
         sum.re += x[j * step].re;
         sum.im += x[j * step].im;
@@ -98,9 +101,9 @@ void transform_odd(const Complex *x, Complex *X, size_t step, uint32_t n, const 
     all_output_pairs<false>(x, X, step, n, roots, x[0], x[0]);
 }
 
-void transform_even(const Complex *x, Complex *X, size_t step, uint32_t n, const Complex *roots) {
+void transform_even(const DftComplex *x, DftComplex *X, size_t step, uint32_t n, const DftComplex *roots) {
     const uint32_t h = n / 2;
-    Complex even = x[0], odd = x[step];
+    DftComplex even = x[0], odd = x[step];
     for (uint32_t j = 2; j < n; j += 2) {
         even.re += x[j * step].re;
         even.im += x[j * step].im;
@@ -109,21 +112,22 @@ void transform_even(const Complex *x, Complex *X, size_t step, uint32_t n, const
     }
     X[0] = {even.re + odd.re, even.im + odd.im};
     X[h * step] = {even.re - odd.re, even.im - odd.im};
-    const Complex first = x[0], middle = x[h * step];
+    const DftComplex first = x[0], middle = x[h * step];
     all_output_pairs<true>(x, X, step, n, roots, {first.re - middle.re, first.im - middle.im},
                            {first.re + middle.re, first.im + middle.im});
 }
 
 }  // namespace
 
-extern "C" int32_t ehw_DFT(uint32_t length, double pi, const double *input, double *output, double *roots,
-                           int32_t inverse, uint32_t stride, uint32_t batch, uint32_t normalization) {
+int32_t hw::dft::transform_at_level(simd::Isa, uint32_t length, double pi, const double *input, double *output,
+                                    double *roots, int32_t inverse, uint32_t stride, uint32_t batch,
+                                    uint32_t normalization) {
     const uint32_t n = length;
     if (n == 0) return 0;
-    Complex *table = reinterpret_cast<Complex *>(roots);
-    fill_roots(n, pi, inverse, table);
-    const Complex *in = reinterpret_cast<const Complex *>(input);
-    Complex *out = reinterpret_cast<Complex *>(output);
+    DftComplex *table = reinterpret_cast<DftComplex *>(roots);
+    fill_half_circle_roots(n, pi, inverse, table);
+    const DftComplex *in = reinterpret_cast<const DftComplex *>(input);
+    DftComplex *out = reinterpret_cast<DftComplex *>(output);
     const size_t group = size_t{n} * stride;
     for (uint32_t g = 0; g < batch; ++g) {
         for (uint32_t s = 0; s < stride; ++s) {
@@ -141,4 +145,10 @@ extern "C" int32_t ehw_DFT(uint32_t length, double pi, const double *input, doub
         for (size_t i = 0; i < count; ++i) output[i] *= factor;
     }
     return 0;
+}
+
+extern "C" int32_t ehw_DFT(uint32_t length, double pi, const double *input, double *output, double *roots,
+                           int32_t inverse, uint32_t stride, uint32_t batch, uint32_t normalization) {
+    return hw::dft::transform_at_level(hw::simd::best_isa(), length, pi, input, output, roots, inverse, stride, batch,
+                                       normalization);
 }
