@@ -1,0 +1,334 @@
+// The direct DFT's sums on vectors. Every output pair X[k], X[n-k] keeps its own fixed order:
+// R, I start at x[0] (even n: x[0] ∓ x[n/2] by the parity of k), A, B at 0, and for
+// j = 1 .. h-1 the power m = j·k mod n (carried by addition) selects
+//   m = 0:            R += Re(p+q), I += Im(p+q)
+//   m = n/2 (even n): R -= Re(p+q), I -= Im(p+q)
+//   otherwise:        R += Re(p+q)·c, I += Im(p+q)·c, A += Re(p-q)·s, B -= Im(p-q)·s
+// with p = x[j], q = x[n-j], (c, s) the root of power m (the conjugate of entry n-m past the
+// half circle); then X[k] = (R + B, I + A), X[n-k] = (R - B, I - A). A vector lane follows one
+// output, so any arrangement of lanes gives the scalar bits:
+// - across sequences: lanes hold the same output of neighbouring sequences, interleaved as
+//   (re, im), with one root broadcast to every lane;
+// - across outputs (a single sequence): lanes hold neighbouring k with powers per lane,
+//   roots gathered from the table and the sine's sign chosen per lane.
+#include <cstdint>
+#include <numeric>
+
+#include "dft/dft_kernels.h"
+#include "simd/vec.h"
+
+#if HW_VEC_DOUBLES >= 4
+#include <immintrin.h>
+#endif
+
+namespace hw::HW_ISA_NS {
+namespace {
+
+struct DftComplex {
+    double re, im;
+};
+
+// The transform's length and its half-circle roots.
+struct Circle {
+    uint32_t n, h;
+    bool even;
+    const DftComplex *roots;
+};
+
+uint32_t next_power(uint32_t m, uint32_t k, uint32_t n) { return m + k >= n ? m + k - n : m + k; }
+
+// Power m is 0, or n/2 for even n: no sine terms.
+bool no_sine(const Circle &c, uint32_t m) { return m == 0 || (c.even && m == c.h); }
+
+// The cosine and the signed sine of power m (not no_sine(m)).
+void root_of_power(const Circle &c, uint32_t m, double *cosine, double *sine) {
+    const bool upper = m >= c.h;
+    const DftComplex w = c.roots[upper ? c.n - m : m];
+    *cosine = w.re;
+    *sine = upper ? -w.im : w.im;
+}
+
+// ---- across sequences: vectors of interleaved complex values, one complex per two lanes
+
+typedef double vcomplex __attribute__((vector_size(16)));  // a single complex value
+
+template <class Vec>
+constexpr int kDoubles = sizeof(Vec) / sizeof(double);
+
+template <class Vec>
+Vec load_as(const double *p) {
+    Vec v;
+    __builtin_memcpy(&v, p, sizeof v);
+    return v;
+}
+
+template <class Vec>
+void store_as(double *p, Vec v) {
+    __builtin_memcpy(p, &v, sizeof v);
+}
+
+// (re, im) -> (im, re) in every complex slot.
+template <class Vec>
+Vec swap_re_im(Vec v) {
+    if constexpr (kDoubles<Vec> == 2)
+        return __builtin_shufflevector(v, v, 1, 0);
+    else if constexpr (kDoubles<Vec> == 4)
+        return __builtin_shufflevector(v, v, 1, 0, 3, 2);
+    else
+        return __builtin_shufflevector(v, v, 1, 0, 3, 2, 5, 4, 7, 6);
+}
+
+// (s, -s, s, -s, ...): the sine for the A sums in real lanes and negated for the B sums in
+// imaginary lanes, so that adding D·s gives A + Re D·s and B - Im D·s exactly.
+template <class Vec>
+Vec signed_sine(double s) {
+    Vec v = {};
+    for (int i = 0; i < kDoubles<Vec>; ++i) v[i] = i % 2 ? -s : s;
+    return v;
+}
+
+// X[0] and, for even n, X[n/2] of V vectors of sequences.
+template <class Vec, int V>
+void plain_sums(const double *x, double *X, size_t row, const Circle &c) {
+    constexpr int L = kDoubles<Vec>;
+    Vec a[V], b[V];
+    for (int v = 0; v < V; ++v) a[v] = load_as<Vec>(x + v * L);
+    if (!c.even) {
+        for (uint32_t j = 1; j < c.n; ++j)
+            for (int v = 0; v < V; ++v) a[v] += load_as<Vec>(x + j * row + v * L);
+        for (int v = 0; v < V; ++v) store_as(X + v * L, a[v]);
+        return;
+    }
+    for (int v = 0; v < V; ++v) b[v] = load_as<Vec>(x + row + v * L);
+    for (uint32_t j = 2; j < c.n; j += 2)
+        for (int v = 0; v < V; ++v) {
+            a[v] += load_as<Vec>(x + j * row + v * L);
+            b[v] += load_as<Vec>(x + (j + 1) * row + v * L);
+        }
+    for (int v = 0; v < V; ++v) {
+        store_as(X + v * L, a[v] + b[v]);
+        store_as(X + c.h * row + v * L, a[v] - b[v]);
+    }
+}
+
+// Output pairs k0 .. k0+K-1 of V vectors of sequences; the pair sums of one j serve all K.
+template <class Vec, int V, int K>
+void sequence_pairs(const double *x, double *X, size_t row, const Circle &c, uint32_t k0) {
+    constexpr int L = kDoubles<Vec>;
+    Vec RI[K][V], AB[K][V];
+    uint32_t m[K];
+#pragma GCC unroll 4
+    for (int t = 0; t < K; ++t) {
+        const uint32_t k = k0 + t;
+        m[t] = k;
+#pragma GCC unroll 4
+        for (int v = 0; v < V; ++v) {
+            Vec start = load_as<Vec>(x + v * L);
+            if (c.even) {
+                const Vec middle = load_as<Vec>(x + c.h * row + v * L);
+                start = (k & 1) ? start - middle : start + middle;
+            }
+            RI[t][v] = start;
+            AB[t][v] = Vec{};
+        }
+    }
+    for (uint32_t j = 1; j < c.h; ++j) {
+        const double *p = x + j * row, *q = x + (c.n - j) * row;
+        Vec cosine[K] = {}, sine[K] = {};
+        bool every_root = true;
+#pragma GCC unroll 4
+        for (int t = 0; t < K; ++t) {
+            if (no_sine(c, m[t])) {
+                every_root = false;
+                continue;
+            }
+            double co, si;
+            root_of_power(c, m[t], &co, &si);
+            cosine[t] = Vec{} + co;
+            sine[t] = signed_sine<Vec>(si);
+        }
+        if (every_root) {
+#pragma GCC unroll 4
+            for (int v = 0; v < V; ++v) {
+                const Vec P = load_as<Vec>(p + v * L), Q = load_as<Vec>(q + v * L);
+                const Vec S = P + Q, D = P - Q;
+#pragma GCC unroll 4
+                for (int t = 0; t < K; ++t) {
+                    RI[t][v] += S * cosine[t];
+                    AB[t][v] += D * sine[t];
+                }
+            }
+        } else {
+            for (int v = 0; v < V; ++v) {
+                const Vec P = load_as<Vec>(p + v * L), Q = load_as<Vec>(q + v * L);
+                const Vec S = P + Q, D = P - Q;
+                for (int t = 0; t < K; ++t) {
+                    if (m[t] == 0) {
+                        RI[t][v] += S;
+                    } else if (c.even && m[t] == c.h) {
+                        RI[t][v] -= S;
+                    } else {
+                        RI[t][v] += S * cosine[t];
+                        AB[t][v] += D * sine[t];
+                    }
+                }
+            }
+        }
+#pragma GCC unroll 4
+        for (int t = 0; t < K; ++t) m[t] = next_power(m[t], k0 + t, c.n);
+    }
+#pragma GCC unroll 4
+    for (int t = 0; t < K; ++t) {
+        const uint32_t k = k0 + t;
+#pragma GCC unroll 4
+        for (int v = 0; v < V; ++v) {
+            const Vec BA = swap_re_im(AB[t][v]);
+            store_as(X + k * row + v * L, RI[t][v] + BA);
+            store_as(X + (c.n - k) * row + v * L, RI[t][v] - BA);
+        }
+    }
+}
+
+// Every output of V vectors of sequences, two pairs at a time.
+template <class Vec, int V>
+void sequences(const double *x, double *X, size_t row, const Circle &c) {
+    plain_sums<Vec, V>(x, X, row, c);
+    uint32_t k = 1;
+    for (; k + 2 <= c.h; k += 2) sequence_pairs<Vec, V, 2>(x, X, row, c, k);
+    if (k < c.h) sequence_pairs<Vec, V, 1>(x, X, row, c, k);
+}
+
+// ---- across outputs of one sequence: lanes of neighbouring k
+
+#if HW_VEC_DOUBLES >= 4
+// Whether output k meets a power without sine terms (0, or n/2 for even n) for some
+// j < h: j·k ≡ 0 (mod n/2 or n) first at j = n / gcd(n, 2k).
+bool meets_no_sine(const Circle &c, uint32_t k) { return c.n / std::gcd(c.n, 2 * k) < c.h; }
+
+typedef int32_t vindex __attribute__((vector_size(4 * kLanes)));
+
+// table[index] lane by lane (indices counted in doubles).
+vdouble gather(const double *table, vindex index) {
+#if HW_VEC_DOUBLES == 8
+    return _mm512_mask_i32gather_pd(_mm512_setzero_pd(), 0xFF, reinterpret_cast<__m256i>(index), table, 8);
+#else
+    return _mm256_mask_i32gather_pd(_mm256_setzero_pd(), table, reinterpret_cast<__m128i>(index),
+                                    _mm256_castsi256_pd(_mm256_set1_epi64x(-1)), 8);
+#endif
+}
+
+vdouble select(vindex mask, vdouble a, vdouble b) { return __builtin_convertvector(mask, vint64) ? a : b; }
+
+// Output pairs k0 .. k0 + B·kLanes - 1 of one sequence (elements `row` doubles apart).
+// Powers are kept doubled, as the index of the cosine in the interleaved table. MeetsNoSine:
+// some lane meets power 0 or n/2, whose lanes skip the sine terms (and n/2 reads -1).
+template <int B, bool MeetsNoSine>
+void output_lanes(const double *x, double *X, size_t row, const Circle &c, uint32_t k0) {
+    vdouble R[B], I[B], A[B], Bsum[B];
+    vindex power[B], step[B];
+    for (int b = 0; b < B; ++b) {
+        for (int l = 0; l < kLanes; ++l) {
+            const uint32_t k = k0 + b * kLanes + l;
+            DftComplex start = {x[0], x[1]};
+            if (c.even) {
+                const double *middle = x + c.h * row;
+                start = (k & 1) ? DftComplex{x[0] - middle[0], x[1] - middle[1]}
+                                : DftComplex{x[0] + middle[0], x[1] + middle[1]};
+            }
+            R[b][l] = start.re;
+            I[b][l] = start.im;
+            power[b][l] = step[b][l] = static_cast<int32_t>(2 * k);
+        }
+        A[b] = Bsum[b] = vdouble{};
+    }
+    const double *table = &c.roots[0].re;
+    const int32_t n2 = static_cast<int32_t>(2 * c.n), h2 = static_cast<int32_t>(2 * c.h);
+    const int32_t middle_power = c.even ? h2 : -1;  // n/2, doubled; odd n has none
+    for (uint32_t j = 1; j < c.h; ++j) {
+        const double *p = x + j * row, *q = x + (c.n - j) * row;
+        const vdouble sum_re = broadcast(p[0] + q[0]), sum_im = broadcast(p[1] + q[1]);
+        const vdouble diff_re = broadcast(p[0] - q[0]), diff_im = broadcast(p[1] - q[1]);
+#pragma GCC unroll 4
+        for (int b = 0; b < B; ++b) {
+            const vindex m = power[b];
+            const vindex upper = m >= h2;
+            vindex index = upper ? n2 - m : m;
+            vdouble cosine, sine;
+            if constexpr (MeetsNoSine) {
+                const vindex middle = m == middle_power;  // reads entry 0 negated
+                index = middle ? 0 : index;
+                cosine = gather(table, index);
+                cosine = select(middle, -cosine, cosine);
+            } else {
+                cosine = gather(table, index);
+            }
+            sine = gather(table + 1, index);
+            sine = select(upper, -sine, sine);
+            R[b] += sum_re * cosine;
+            I[b] += sum_im * cosine;
+            if constexpr (MeetsNoSine) {
+                const vindex skip = (m == 0) | (m == middle_power);
+                A[b] = select(skip, A[b], A[b] + diff_re * sine);
+                Bsum[b] = select(skip, Bsum[b], Bsum[b] - diff_im * sine);
+            } else {
+                A[b] += diff_re * sine;
+                Bsum[b] -= diff_im * sine;
+            }
+            const vindex next = m + step[b];
+            power[b] = next >= n2 ? next - n2 : next;
+        }
+    }
+    for (int b = 0; b < B; ++b) {
+        const vdouble re_k = R[b] + Bsum[b], im_k = I[b] + A[b], re_mirror = R[b] - Bsum[b], im_mirror = I[b] - A[b];
+        for (int l = 0; l < kLanes; ++l) {
+            const uint32_t k = k0 + b * kLanes + l;
+            X[k * row] = re_k[l];
+            X[k * row + 1] = im_k[l];
+            X[(c.n - k) * row] = re_mirror[l];
+            X[(c.n - k) * row + 1] = im_mirror[l];
+        }
+    }
+}
+
+template <int B>
+void output_block(const double *x, double *X, size_t row, const Circle &c, uint32_t k0) {
+    bool meets = false;
+    for (uint32_t k = k0; k < k0 + B * kLanes; ++k) meets = meets || meets_no_sine(c, k);
+    if (meets)
+        output_lanes<B, true>(x, X, row, c, k0);
+    else
+        output_lanes<B, false>(x, X, row, c, k0);
+}
+#endif
+
+void one_sequence(const double *x, double *X, size_t row, const Circle &c) {
+    plain_sums<vcomplex, 1>(x, X, row, c);
+    uint32_t k = 1;
+#if HW_VEC_DOUBLES >= 4
+    constexpr int kBlocks = kLanes == 8 ? 3 : 2;
+    if (c.n < (1u << 29)) {  // doubled powers stay 32-bit gather indices
+        for (; k + kBlocks * kLanes <= c.h; k += kBlocks * kLanes) output_block<kBlocks>(x, X, row, c, k);
+        for (; k + kLanes <= c.h; k += kLanes) output_block<1>(x, X, row, c, k);
+    }
+#endif
+    for (; k + 2 <= c.h; k += 2) sequence_pairs<vcomplex, 1, 2>(x, X, row, c, k);
+    if (k < c.h) sequence_pairs<vcomplex, 1, 1>(x, X, row, c, k);
+}
+
+}  // namespace
+
+void dft_group(uint32_t n, const double *x, double *X, uint32_t stride, const double *roots) {
+    const Circle c{n, (n + 1) / 2, n % 2 == 0, reinterpret_cast<const DftComplex *>(roots)};
+    const size_t row = size_t{2} * stride;
+    constexpr uint32_t kComplex = kLanes / 2;  // sequences per vector
+    constexpr int kVectors = kLanes == 8 ? 4 : 2;
+    uint32_t s = 0;
+    if (kComplex == 1 || stride >= kComplex) {
+        for (; s + kVectors * kComplex <= stride; s += kVectors * kComplex)
+            sequences<vdouble, kVectors>(x + 2 * s, X + 2 * s, row, c);
+        for (; s + kComplex <= stride; s += kComplex) sequences<vdouble, 1>(x + 2 * s, X + 2 * s, row, c);
+    }
+    for (; s < stride; ++s) one_sequence(x + 2 * s, X + 2 * s, row, c);
+}
+
+}  // namespace hw::HW_ISA_NS
