@@ -3,6 +3,7 @@
 // and the ratio of libhw's time to each other implementation's.
 #include <benchmark/benchmark.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <map>
 #include <string>
@@ -22,7 +23,10 @@ class TableReporter : public benchmark::ConsoleReporter {
             const std::string impl = name.substr(a + 1, b - a - 1), key = name.substr(b + 1);
             if (!f.ns.count(key)) f.cases.push_back(key);
             if (f.ns[key].find(impl) == f.ns[key].end() && !contains(f.impls, impl)) f.impls.push_back(impl);
-            f.ns[key][impl] = r.GetAdjustedRealTime() / benchmark::GetTimeUnitMultiplier(r.time_unit) * 1e9;
+            // A name registered more than once (A B A B) keeps its best time.
+            const double ns = r.GetAdjustedRealTime() / benchmark::GetTimeUnitMultiplier(r.time_unit) * 1e9;
+            const auto seen = f.ns[key].find(impl);
+            f.ns[key][impl] = seen == f.ns[key].end() ? ns : std::min(seen->second, ns);
         }
     }
 

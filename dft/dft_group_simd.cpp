@@ -51,6 +51,7 @@ void root_of_power(const Circle &c, uint32_t m, double *cosine, double *sine) {
 // ---- across sequences: vectors of interleaved complex values, one complex per two lanes
 
 typedef double vcomplex __attribute__((vector_size(16)));  // a single complex value
+constexpr long long kSignBit = static_cast<long long>(1ULL << 63);
 
 template <class Vec>
 constexpr int kDoubles = sizeof(Vec) / sizeof(double);
@@ -80,11 +81,26 @@ Vec swap_re_im(Vec v) {
 
 // (s, -s, s, -s, ...): the sine for the A sums in real lanes and negated for the B sums in
 // imaginary lanes, so that adding D·s gives A + Re D·s and B - Im D·s exactly.
+typedef long long vcomplex_bits __attribute__((vector_size(16)));
+
+// s in every lane, -0 included (0 + s would turn -0 into +0).
+template <class Vec>
+Vec splat(double s) {
+    Vec v = {};
+    for (int i = 0; i < kDoubles<Vec>; ++i) v[i] = s;
+    return v;
+}
+
 template <class Vec>
 Vec signed_sine(double s) {
-    Vec v = {};
-    for (int i = 0; i < kDoubles<Vec>; ++i) v[i] = i % 2 ? -s : s;
-    return v;
+    const Vec v = splat<Vec>(s);
+    if constexpr (sizeof(Vec) == 16) {
+        return reinterpret_cast<Vec>(reinterpret_cast<vcomplex_bits>(v) ^ vcomplex_bits{0, kSignBit});
+    } else {
+        vint64 odd_signs = {};
+        for (int i = 1; i < kLanes; i += 2) odd_signs[i] = kSignBit;
+        return reinterpret_cast<Vec>(reinterpret_cast<vint64>(v) ^ odd_signs);
+    }
 }
 
 // X[0] and, for even n, X[n/2] of V vectors of sequences.
@@ -144,7 +160,7 @@ void sequence_pairs(const double *x, double *X, size_t row, const Circle &c, uin
             }
             double co, si;
             root_of_power(c, m[t], &co, &si);
-            cosine[t] = Vec{} + co;
+            cosine[t] = splat<Vec>(co);
             sine[t] = signed_sine<Vec>(si);
         }
         if (every_root) {
@@ -246,8 +262,8 @@ void output_lanes(const double *x, double *X, size_t row, const Circle &c, uint3
     const int32_t middle_power = c.even ? h2 : -1;  // n/2, doubled; odd n has none
     for (uint32_t j = 1; j < c.h; ++j) {
         const double *p = x + j * row, *q = x + (c.n - j) * row;
-        const vdouble sum_re = broadcast(p[0] + q[0]), sum_im = broadcast(p[1] + q[1]);
-        const vdouble diff_re = broadcast(p[0] - q[0]), diff_im = broadcast(p[1] - q[1]);
+        const vdouble sum_re = splat<vdouble>(p[0] + q[0]), sum_im = splat<vdouble>(p[1] + q[1]);
+        const vdouble diff_re = splat<vdouble>(p[0] - q[0]), diff_im = splat<vdouble>(p[1] - q[1]);
 #pragma GCC unroll 4
         for (int b = 0; b < B; ++b) {
             const vindex m = power[b];
