@@ -315,12 +315,137 @@ void output_block(const double *x, double *X, size_t row, const Circle &c, uint3
     else
         output_lanes<B, false>(x, X, row, c, k0);
 }
+
+// ---- across outputs for a prime length: roots in the order of a primitive root's powers
+//
+// With g a primitive root mod a prime n, output k = g^a and input j = g^b meet at power
+// g^(a+b): lanes holding the outputs g^a, g^(a+1), ... read the roots of consecutive powers of
+// g, one plain vector load per step instead of a gather. Since g^(e+H) = -g^e (H = (n-1)/2)
+// the exponents 0 .. H-1 name every output pair once; a lane whose g^e lies past the half
+// circle holds the pair of n - g^e, whose roots are the conjugates.
+
+constexpr uint32_t kLargestPermuted = 4099;  // primes up to here (the table lives on the stack)
+constexpr int kPermutedBlocks = kLanes == 8 ? 4 : 2;
+constexpr uint32_t kPermutedSpan = kPermutedBlocks * kLanes;
+
+struct PermutedRoots {
+    uint32_t half, generator;  // H = (n-1)/2 and g
+    uint16_t log[(kLargestPermuted + 1) / 2];  // j = g^log[j] for 0 < j < h
+    // Cosine and sine of power g^e for e < H, continued past H by g^(e+H) = -g^e.
+    double cosine[(kLargestPermuted - 1) / 2 + kPermutedSpan], sine[(kLargestPermuted - 1) / 2 + kPermutedSpan];
+};
+
+bool is_odd_prime(uint32_t n) {
+    if (n < 3 || n % 2 == 0) return false;
+    for (uint32_t d = 3; d * d <= n; d += 2)
+        if (n % d == 0) return false;
+    return true;
+}
+
+uint32_t power_mod(uint32_t base, uint32_t e, uint32_t n) {
+    uint64_t result = 1, b = base % n;
+    for (; e; e >>= 1, b = b * b % n)
+        if (e & 1) result = result * b % n;
+    return static_cast<uint32_t>(result);
+}
+
+uint32_t primitive_root(uint32_t n) {
+    for (uint32_t g = 2;; ++g) {
+        bool generates = true;
+        uint32_t rest = n - 1;
+        for (uint32_t q = 2; q <= rest && generates; ++q) {
+            if (rest % q) continue;
+            while (rest % q == 0) rest /= q;
+            generates = power_mod(g, (n - 1) / q, n) != 1;
+        }
+        if (generates) return g;
+    }
+}
+
+void build_permuted_roots(const Circle &c, PermutedRoots *t) {
+    const uint32_t H = (c.n - 1) / 2, g = primitive_root(c.n);
+    t->half = H;
+    t->generator = g;
+    uint32_t power = 1;
+    for (uint32_t e = 0; e < c.n - 1; ++e) {
+        if (power < c.h) t->log[power] = static_cast<uint16_t>(e);
+        if (e < H) root_of_power(c, power, &t->cosine[e], &t->sine[e]);
+        power = power * g % c.n;
+    }
+    for (uint32_t i = H; i < H + kPermutedSpan; ++i) {
+        t->cosine[i] = t->cosine[i % H];
+        t->sine[i] = (i / H) % 2 ? -t->sine[i % H] : t->sine[i % H];
+    }
+}
+
+// The output pairs of exponents e0 .. e0 + B·kLanes - 1 (all below H) of one sequence.
+template <int B>
+void permuted_lanes(const double *x, double *X, size_t row, const Circle &c, const PermutedRoots &t, uint32_t e0) {
+    vdouble R[B], I[B], A[B], Bsum[B];
+    vint64 conjugate[B];  // sign bits of the lanes past the half circle
+    uint32_t pair[B][kLanes];
+    uint32_t k = power_mod(t.generator, e0, c.n);
+    for (int b = 0; b < B; ++b) {
+        for (int l = 0; l < kLanes; ++l) {
+            pair[b][l] = k < c.h ? k : c.n - k;
+            conjugate[b][l] = k < c.h ? 0 : kSignBit;
+            k = k * t.generator % c.n;
+        }
+        R[b] = splat<vdouble>(x[0]);
+        I[b] = splat<vdouble>(x[1]);
+        A[b] = Bsum[b] = vdouble{};
+    }
+    const uint32_t period = c.n - 1;
+    for (uint32_t j = 1; j < c.h; ++j) {
+        const double *p = x + j * row, *q = x + (c.n - j) * row;
+        double diff_re = p[0] - q[0], diff_im = p[1] - q[1];
+        uint32_t e = t.log[j] + e0;
+        if (e >= period) e -= period;
+        if (e >= t.half) {  // the table's sines turn sign there: turn the differences instead
+            e -= t.half;
+            diff_re = -diff_re;
+            diff_im = -diff_im;
+        }
+        const vdouble sum_re = splat<vdouble>(p[0] + q[0]), sum_im = splat<vdouble>(p[1] + q[1]);
+        const vdouble dre = splat<vdouble>(diff_re), dim = splat<vdouble>(diff_im);
+#pragma GCC unroll 4
+        for (int b = 0; b < B; ++b) {
+            const vdouble cosine = load(t.cosine + e + b * kLanes);
+            const vdouble sine = reinterpret_cast<vdouble>(reinterpret_cast<vint64>(load(t.sine + e + b * kLanes)) ^
+                                                           conjugate[b]);
+            R[b] += sum_re * cosine;
+            I[b] += sum_im * cosine;
+            A[b] += dre * sine;
+            Bsum[b] -= dim * sine;
+        }
+    }
+    for (int b = 0; b < B; ++b) {
+        const vdouble re_k = R[b] + Bsum[b], im_k = I[b] + A[b], re_mirror = R[b] - Bsum[b], im_mirror = I[b] - A[b];
+        for (int l = 0; l < kLanes; ++l) {
+            const uint32_t k = pair[b][l];
+            X[k * row] = re_k[l];
+            X[k * row + 1] = im_k[l];
+            X[(c.n - k) * row] = re_mirror[l];
+            X[(c.n - k) * row + 1] = im_mirror[l];
+        }
+    }
+}
+
+void permuted_outputs(const double *x, double *X, size_t row, const Circle &c, const PermutedRoots &t) {
+    uint32_t e = 0;
+    for (; e + kPermutedSpan <= t.half; e += kPermutedSpan) permuted_lanes<kPermutedBlocks>(x, X, row, c, t, e);
+    for (; e + kLanes <= t.half; e += kLanes) permuted_lanes<1>(x, X, row, c, t, e);
+    for (uint32_t k = power_mod(t.generator, e, c.n); e < t.half; ++e, k = k * t.generator % c.n)
+        sequence_pairs<vcomplex, 1, 1>(x, X, row, c, k < c.h ? k : c.n - k);
+}
 #endif
 
-void one_sequence(const double *x, double *X, size_t row, const Circle &c) {
+// Every output of one sequence; `permuted` the prime length's table, or null.
+void one_sequence(const double *x, double *X, size_t row, const Circle &c, [[maybe_unused]] const void *permuted) {
     plain_sums<vcomplex, 1>(x, X, row, c);
     uint32_t k = 1;
 #if HW_VEC_DOUBLES >= 4
+    if (permuted) return permuted_outputs(x, X, row, c, *static_cast<const PermutedRoots *>(permuted));
     constexpr int kBlocks = kLanes == 8 ? 3 : 2;
     if (c.n < (1u << 29)) {  // doubled powers stay 32-bit gather indices
         for (; k + kBlocks * kLanes <= c.h; k += kBlocks * kLanes) output_block<kBlocks>(x, X, row, c, k);
@@ -344,7 +469,16 @@ void dft_group(uint32_t n, const double *x, double *X, uint32_t stride, const do
             sequences<vdouble, kVectors>(x + 2 * s, X + 2 * s, row, c);
         for (; s + kComplex <= stride; s += kComplex) sequences<vdouble, 1>(x + 2 * s, X + 2 * s, row, c);
     }
-    for (; s < stride; ++s) one_sequence(x + 2 * s, X + 2 * s, row, c);
+    if (s == stride) return;
+    const void *permuted = nullptr;
+#if HW_VEC_DOUBLES >= 4
+    PermutedRoots table;
+    if (n <= kLargestPermuted && is_odd_prime(n)) {
+        build_permuted_roots(c, &table);
+        permuted = &table;
+    }
+#endif
+    for (; s < stride; ++s) one_sequence(x + 2 * s, X + 2 * s, row, c, permuted);
 }
 
 }  // namespace hw::HW_ISA_NS
