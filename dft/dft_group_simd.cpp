@@ -17,9 +17,7 @@
 #include "dft/dft_kernels.h"
 #include "simd/vec.h"
 
-#if HW_VEC_DOUBLES >= 4
 #include <immintrin.h>
-#endif
 
 namespace hw::HW_ISA_NS {
 namespace {
@@ -86,9 +84,13 @@ typedef long long vcomplex_bits __attribute__((vector_size(16)));
 // s in every lane, -0 included (0 + s would turn -0 into +0).
 template <class Vec>
 Vec splat(double s) {
-    Vec v = {};
-    for (int i = 0; i < kDoubles<Vec>; ++i) v[i] = s;
-    return v;
+    if constexpr (sizeof(Vec) == 16) return reinterpret_cast<Vec>(_mm_set1_pd(s));
+#if HW_VEC_DOUBLES >= 4
+    else if constexpr (sizeof(Vec) == 32) return reinterpret_cast<Vec>(_mm256_set1_pd(s));
+#endif
+#if HW_VEC_DOUBLES == 8
+    else return reinterpret_cast<Vec>(_mm512_set1_pd(s));
+#endif
 }
 
 template <class Vec>
