@@ -380,6 +380,9 @@ void build_permuted_roots(const Circle &c, PermutedRoots *t) {
     }
 }
 
+// v with the sign bits of `signs` (a lane's or every lane's) turned.
+vdouble flip_signs(vdouble v, vint64 signs) { return reinterpret_cast<vdouble>(reinterpret_cast<vint64>(v) ^ signs); }
+
 // The output pairs of exponents e0 .. e0 + B·kLanes - 1 (all below H) of one sequence.
 template <int B>
 void permuted_lanes(const double *x, double *X, size_t row, const Circle &c, const PermutedRoots &t, uint32_t e0) {
@@ -400,21 +403,20 @@ void permuted_lanes(const double *x, double *X, size_t row, const Circle &c, con
     const uint32_t period = c.n - 1;
     for (uint32_t j = 1; j < c.h; ++j) {
         const double *p = x + j * row, *q = x + (c.n - j) * row;
-        double diff_re = p[0] - q[0], diff_im = p[1] - q[1];
         uint32_t e = t.log[j] + e0;
-        if (e >= period) e -= period;
-        if (e >= t.half) {  // the table's sines turn sign there: turn the differences instead
-            e -= t.half;
-            diff_re = -diff_re;
-            diff_im = -diff_im;
-        }
+        e -= period & -static_cast<uint32_t>(e >= period);
+        // Past H the table's sines turn sign: turn the differences instead (without a branch,
+        // which would be taken at random).
+        const uint32_t second_half = -static_cast<uint32_t>(e >= t.half);
+        e -= t.half & second_half;
+        const long long turn = static_cast<long long>(second_half & 1u) << 63;
         const vdouble sum_re = splat<vdouble>(p[0] + q[0]), sum_im = splat<vdouble>(p[1] + q[1]);
-        const vdouble dre = splat<vdouble>(diff_re), dim = splat<vdouble>(diff_im);
+        const vdouble dre = flip_signs(splat<vdouble>(p[0] - q[0]), vint64{} + turn);
+        const vdouble dim = flip_signs(splat<vdouble>(p[1] - q[1]), vint64{} + turn);
 #pragma GCC unroll 4
         for (int b = 0; b < B; ++b) {
             const vdouble cosine = load(t.cosine + e + b * kLanes);
-            const vdouble sine = reinterpret_cast<vdouble>(reinterpret_cast<vint64>(load(t.sine + e + b * kLanes)) ^
-                                                           conjugate[b]);
+            const vdouble sine = flip_signs(load(t.sine + e + b * kLanes), conjugate[b]);
             R[b] += sum_re * cosine;
             I[b] += sum_im * cosine;
             A[b] += dre * sine;
