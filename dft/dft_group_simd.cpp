@@ -39,11 +39,15 @@ uint32_t next_power(uint32_t m, uint32_t k, uint32_t n) { return m + k >= n ? m 
 bool no_sine(const Circle &c, uint32_t m) { return m == 0 || (c.even && m == c.h); }
 
 // The cosine and the signed sine of power m (not no_sine(m)).
+// Without branches: which half a power falls in follows no pattern a predictor could learn.
 void root_of_power(const Circle &c, uint32_t m, double *cosine, double *sine) {
-    const bool upper = m >= c.h;
-    const DftComplex w = c.roots[upper ? c.n - m : m];
+    const uint32_t upper = -static_cast<uint32_t>(m >= c.h);
+    const DftComplex w = c.roots[m ^ ((m ^ (c.n - m)) & upper)];
+    uint64_t bits;
+    __builtin_memcpy(&bits, &w.im, sizeof bits);
+    bits ^= static_cast<uint64_t>(upper & 1u) << 63;
     *cosine = w.re;
-    *sine = upper ? -w.im : w.im;
+    __builtin_memcpy(sine, &bits, sizeof bits);
 }
 
 // ---- across sequences: vectors of interleaved complex values, one complex per two lanes
