@@ -81,34 +81,6 @@ Vec swap_re_im(Vec v) {
         return __builtin_shufflevector(v, v, 1, 0, 3, 2, 5, 4, 7, 6);
 }
 
-// (s, -s, s, -s, ...): the sine for the A sums in real lanes and negated for the B sums in
-// imaginary lanes, so that adding D·s gives A + Re D·s and B - Im D·s exactly.
-typedef long long vcomplex_bits __attribute__((vector_size(16)));
-
-// s in every lane, -0 included (0 + s would turn -0 into +0).
-template <class Vec>
-Vec splat(double s) {
-    if constexpr (sizeof(Vec) == 16) return reinterpret_cast<Vec>(_mm_set1_pd(s));
-#if HW_VEC_DOUBLES >= 4
-    else if constexpr (sizeof(Vec) == 32) return reinterpret_cast<Vec>(_mm256_set1_pd(s));
-#endif
-#if HW_VEC_DOUBLES == 8
-    else return reinterpret_cast<Vec>(_mm512_set1_pd(s));
-#endif
-}
-
-template <class Vec>
-Vec signed_sine(double s) {
-    const Vec v = splat<Vec>(s);
-    if constexpr (sizeof(Vec) == 16) {
-        return reinterpret_cast<Vec>(reinterpret_cast<vcomplex_bits>(v) ^ vcomplex_bits{0, kSignBit});
-    } else {
-        vint64 odd_signs = {};
-        for (int i = 1; i < kLanes; i += 2) odd_signs[i] = kSignBit;
-        return reinterpret_cast<Vec>(reinterpret_cast<vint64>(v) ^ odd_signs);
-    }
-}
-
 // X[0] and, for even n, X[n/2] of V vectors of sequences.
 template <class Vec, int V>
 void plain_sums(const double *x, double *X, size_t row, const Circle &c) {
@@ -133,18 +105,89 @@ void plain_sums(const double *x, double *X, size_t row, const Circle &c) {
     }
 }
 
-// Output pairs k0 .. k0+K-1 of V vectors of sequences; the pair sums of one j serve all K.
+// s in every lane, -0 included (0 + s would turn -0 into +0).
+template <class Vec>
+Vec splat(double s) {
+    if constexpr (sizeof(Vec) == 16) return reinterpret_cast<Vec>(_mm_set1_pd(s));
+#if HW_VEC_DOUBLES >= 4
+    else if constexpr (sizeof(Vec) == 32) return reinterpret_cast<Vec>(_mm256_set1_pd(s));
+#endif
+#if HW_VEC_DOUBLES == 8
+    else return reinterpret_cast<Vec>(_mm512_set1_pd(s));
+#endif
+}
+
+// (s, -s) from memory in every pair of lanes: the sine for the A sums in real lanes and
+// negated for the B sums in imaginary lanes, so that adding D·(s, -s) gives A + Re D·s and
+// B - Im D·s exactly.
+template <class Vec>
+Vec splat_pair(const double *pair) {
+    if constexpr (sizeof(Vec) == 16) return load_as<Vec>(pair);
+#if HW_VEC_DOUBLES >= 4
+    else if constexpr (sizeof(Vec) == 32)
+        return reinterpret_cast<Vec>(_mm256_broadcast_pd(reinterpret_cast<const __m128d *>(pair)));
+#endif
+#if HW_VEC_DOUBLES == 8
+    else
+        return reinterpret_cast<Vec>(_mm512_mask_broadcast_f64x2(_mm512_setzero_pd(), 0xFF, _mm_loadu_pd(pair)));
+#endif
+}
+
+// The roots that outputs k0 .. k0+K-1 meet at the steps j0 .. j0 + kStepChunk - 1, worked
+// out once and read by every vector of sequences.
+constexpr uint32_t kStepChunk = 128;
+
+enum PowerKind : uint8_t { kRoot, kPowerZero, kPowerHalf };
+
+template <int K>
+struct StepRoots {
+    double cosine[kStepChunk][K];
+    double sine[kStepChunk][K][2];  // (s, -s): see splat_pair
+    PowerKind kind[kStepChunk][K];
+    bool every_root[kStepChunk];
+};
+
+// Steps j0 .. j1-1; m[t] holds the power of output k0+t at step j0 and moves on to j1.
+template <int K>
+void fill_step_roots(const Circle &c, uint32_t k0, uint32_t j0, uint32_t j1, uint32_t *m, StepRoots<K> *r) {
+    for (uint32_t j = j0; j < j1; ++j) {
+        const uint32_t i = j - j0;
+        r->every_root[i] = true;
+        for (int t = 0; t < K; ++t) {
+            if (no_sine(c, m[t])) {
+                r->kind[i][t] = m[t] == 0 ? kPowerZero : kPowerHalf;
+                r->every_root[i] = false;
+                r->cosine[i][t] = r->sine[i][t][0] = r->sine[i][t][1] = 0;
+            } else {
+                double s;
+                root_of_power(c, m[t], &r->cosine[i][t], &s);
+                r->kind[i][t] = kRoot;
+                r->sine[i][t][0] = s;
+                r->sine[i][t][1] = -s;
+            }
+            m[t] = next_power(m[t], k0 + t, c.n);
+        }
+    }
+}
+
+// Steps j0 .. j1-1 of output pairs k0 .. k0+K-1 for V vectors of sequences; the pair sums of
+// one j serve all K. Between chunks of steps the sums wait in the outputs' own places:
+// (R, I) at X[k], (A, B) at X[n-k].
 template <class Vec, int V, int K>
-void sequence_pairs(const double *x, double *X, size_t row, const Circle &c, uint32_t k0) {
+void sequence_steps(const double *x, double *X, size_t row, const Circle &c, uint32_t k0, uint32_t j0, uint32_t j1,
+                    const StepRoots<K> &r) {
     constexpr int L = kDoubles<Vec>;
     Vec RI[K][V], AB[K][V];
-    uint32_t m[K];
 #pragma GCC unroll 4
     for (int t = 0; t < K; ++t) {
         const uint32_t k = k0 + t;
-        m[t] = k;
 #pragma GCC unroll 4
         for (int v = 0; v < V; ++v) {
+            if (j0 > 1) {
+                RI[t][v] = load_as<Vec>(X + k * row + v * L);
+                AB[t][v] = load_as<Vec>(X + (c.n - k) * row + v * L);
+                continue;
+            }
             Vec start = load_as<Vec>(x + v * L);
             if (c.even) {
                 const Vec middle = load_as<Vec>(x + c.h * row + v * L);
@@ -154,30 +197,18 @@ void sequence_pairs(const double *x, double *X, size_t row, const Circle &c, uin
             AB[t][v] = Vec{};
         }
     }
-    for (uint32_t j = 1; j < c.h; ++j) {
+    for (uint32_t j = j0; j < j1; ++j) {
+        const uint32_t i = j - j0;
         const double *p = x + j * row, *q = x + (c.n - j) * row;
-        Vec cosine[K] = {}, sine[K] = {};
-        bool every_root = true;
-#pragma GCC unroll 4
-        for (int t = 0; t < K; ++t) {
-            if (no_sine(c, m[t])) {
-                every_root = false;
-                continue;
-            }
-            double co, si;
-            root_of_power(c, m[t], &co, &si);
-            cosine[t] = splat<Vec>(co);
-            sine[t] = signed_sine<Vec>(si);
-        }
-        if (every_root) {
+        if (r.every_root[i]) {
 #pragma GCC unroll 4
             for (int v = 0; v < V; ++v) {
                 const Vec P = load_as<Vec>(p + v * L), Q = load_as<Vec>(q + v * L);
                 const Vec S = P + Q, D = P - Q;
 #pragma GCC unroll 4
                 for (int t = 0; t < K; ++t) {
-                    RI[t][v] += S * cosine[t];
-                    AB[t][v] += D * sine[t];
+                    RI[t][v] += S * splat<Vec>(r.cosine[i][t]);
+                    AB[t][v] += D * splat_pair<Vec>(r.sine[i][t]);
                 }
             }
         } else {
@@ -185,25 +216,29 @@ void sequence_pairs(const double *x, double *X, size_t row, const Circle &c, uin
                 const Vec P = load_as<Vec>(p + v * L), Q = load_as<Vec>(q + v * L);
                 const Vec S = P + Q, D = P - Q;
                 for (int t = 0; t < K; ++t) {
-                    if (m[t] == 0) {
+                    if (r.kind[i][t] == kPowerZero) {
                         RI[t][v] += S;
-                    } else if (c.even && m[t] == c.h) {
+                    } else if (r.kind[i][t] == kPowerHalf) {
                         RI[t][v] -= S;
                     } else {
-                        RI[t][v] += S * cosine[t];
-                        AB[t][v] += D * sine[t];
+                        RI[t][v] += S * splat<Vec>(r.cosine[i][t]);
+                        AB[t][v] += D * splat_pair<Vec>(r.sine[i][t]);
                     }
                 }
             }
         }
-#pragma GCC unroll 4
-        for (int t = 0; t < K; ++t) m[t] = next_power(m[t], k0 + t, c.n);
     }
+    const bool last = j1 == c.h;
 #pragma GCC unroll 4
     for (int t = 0; t < K; ++t) {
         const uint32_t k = k0 + t;
 #pragma GCC unroll 4
         for (int v = 0; v < V; ++v) {
+            if (!last) {
+                store_as(X + k * row + v * L, RI[t][v]);
+                store_as(X + (c.n - k) * row + v * L, AB[t][v]);
+                continue;
+            }
             const Vec BA = swap_re_im(AB[t][v]);
             store_as(X + k * row + v * L, RI[t][v] + BA);
             store_as(X + (c.n - k) * row + v * L, RI[t][v] - BA);
@@ -211,13 +246,32 @@ void sequence_pairs(const double *x, double *X, size_t row, const Circle &c, uin
     }
 }
 
-// Every output of V vectors of sequences, two pairs at a time.
-template <class Vec, int V>
-void sequences(const double *x, double *X, size_t row, const Circle &c) {
-    plain_sums<Vec, V>(x, X, row, c);
+// Output pairs k0 .. k0+K-1 of `vectors` vectors of sequences, V at a time.
+template <class Vec, int V, int K>
+void sequence_outputs(const double *x, double *X, size_t row, const Circle &c, uint32_t vectors, uint32_t k0) {
+    constexpr int L = kDoubles<Vec>;
+    StepRoots<K> roots;
+    uint32_t m[K];
+    for (int t = 0; t < K; ++t) m[t] = k0 + t;
+    for (uint32_t j0 = 1; j0 < c.h; j0 += kStepChunk) {
+        const uint32_t j1 = c.h - j0 > kStepChunk ? j0 + kStepChunk : c.h;
+        fill_step_roots<K>(c, k0, j0, j1, m, &roots);
+        uint32_t v = 0;
+        for (; v + V <= vectors; v += V) sequence_steps<Vec, V, K>(x + v * L, X + v * L, row, c, k0, j0, j1, roots);
+        for (; v < vectors; ++v) sequence_steps<Vec, 1, K>(x + v * L, X + v * L, row, c, k0, j0, j1, roots);
+    }
+}
+
+// Every output of `vectors` vectors of sequences: V vectors and K output pairs at a time.
+template <class Vec, int V, int K>
+void sequences(const double *x, double *X, size_t row, const Circle &c, uint32_t vectors) {
+    constexpr int L = kDoubles<Vec>;
+    uint32_t v = 0;
+    for (; v + V <= vectors; v += V) plain_sums<Vec, V>(x + v * L, X + v * L, row, c);
+    for (; v < vectors; ++v) plain_sums<Vec, 1>(x + v * L, X + v * L, row, c);
     uint32_t k = 1;
-    for (; k + 2 <= c.h; k += 2) sequence_pairs<Vec, V, 2>(x, X, row, c, k);
-    if (k < c.h) sequence_pairs<Vec, V, 1>(x, X, row, c, k);
+    for (; k + K <= c.h; k += K) sequence_outputs<Vec, V, K>(x, X, row, c, vectors, k);
+    for (; k < c.h; ++k) sequence_outputs<Vec, V, 1>(x, X, row, c, vectors, k);
 }
 
 // ---- across outputs of one sequence: lanes of neighbouring k
@@ -444,7 +498,7 @@ void permuted_outputs(const double *x, double *X, size_t row, const Circle &c, c
     for (; e + kPermutedSpan <= t.half; e += kPermutedSpan) permuted_lanes<kPermutedBlocks>(x, X, row, c, t, e);
     for (; e + kLanes <= t.half; e += kLanes) permuted_lanes<1>(x, X, row, c, t, e);
     for (uint32_t k = power_mod(t.generator, e, c.n); e < t.half; ++e, k = k * t.generator % c.n)
-        sequence_pairs<vcomplex, 1, 1>(x, X, row, c, k < c.h ? k : c.n - k);
+        sequence_outputs<vcomplex, 1, 1>(x, X, row, c, 1, k < c.h ? k : c.n - k);
 }
 #endif
 
@@ -460,8 +514,8 @@ void one_sequence(const double *x, double *X, size_t row, const Circle &c, [[may
         for (; k + kLanes <= c.h; k += kLanes) output_block<1>(x, X, row, c, k);
     }
 #endif
-    for (; k + 2 <= c.h; k += 2) sequence_pairs<vcomplex, 1, 2>(x, X, row, c, k);
-    if (k < c.h) sequence_pairs<vcomplex, 1, 1>(x, X, row, c, k);
+    for (; k + 2 <= c.h; k += 2) sequence_outputs<vcomplex, 1, 2>(x, X, row, c, 1, k);
+    if (k < c.h) sequence_outputs<vcomplex, 1, 1>(x, X, row, c, 1, k);
 }
 
 }  // namespace
@@ -470,13 +524,10 @@ void dft_group(uint32_t n, const double *x, double *X, uint32_t stride, const do
     const Circle c{n, (n + 1) / 2, n % 2 == 0, reinterpret_cast<const DftComplex *>(roots)};
     const size_t row = size_t{2} * stride;
     constexpr uint32_t kComplex = kLanes / 2;  // sequences per vector
-    constexpr int kVectors = kLanes == 8 ? 4 : 2;
-    uint32_t s = 0;
-    if (kComplex == 1 || stride >= kComplex) {
-        for (; s + kVectors * kComplex <= stride; s += kVectors * kComplex)
-            sequences<vdouble, kVectors>(x + 2 * s, X + 2 * s, row, c);
-        for (; s + kComplex <= stride; s += kComplex) sequences<vdouble, 1>(x + 2 * s, X + 2 * s, row, c);
-    }
+    constexpr int kVectors = 2, kPairs = kLanes == 8 ? 4 : 2;
+    const uint32_t vectors = stride / kComplex;  // of sequences side by side
+    if (vectors > 0) sequences<vdouble, kVectors, kPairs>(x, X, row, c, vectors);
+    uint32_t s = vectors * kComplex;
     if (s == stride) return;
     const void *permuted = nullptr;
 #if HW_VEC_DOUBLES >= 4
