@@ -147,7 +147,7 @@ struct StepRoots {
     bool every_root[kStepChunk];
 };
 
-// Steps j0 .. j1-1; m[t] holds the power of output k0+t at step j0 and moves on to j1.
+// Steps j0 .. j1-1; m[t] holds the power of output k0+t at step j0.
 template <int K>
 void fill_step_roots(const Circle &c, uint32_t k0, uint32_t j0, uint32_t j1, uint32_t *m, StepRoots<K> *r) {
     for (uint32_t j = j0; j < j1; ++j) {
@@ -246,32 +246,41 @@ void sequence_steps(const double *x, double *X, size_t row, const Circle &c, uin
     }
 }
 
-// Output pairs k0 .. k0+K-1 of `vectors` vectors of sequences, V at a time.
+// Steps j0 .. j1-1 of output pairs k0 .. k0+K-1 for `vectors` vectors of sequences, V at a time.
 template <class Vec, int V, int K>
-void sequence_outputs(const double *x, double *X, size_t row, const Circle &c, uint32_t vectors, uint32_t k0) {
+void chunk_outputs(const double *x, double *X, size_t row, const Circle &c, uint32_t vectors, uint32_t k0,
+                   uint32_t j0, uint32_t j1) {
     constexpr int L = kDoubles<Vec>;
     StepRoots<K> roots;
     uint32_t m[K];
-    for (int t = 0; t < K; ++t) m[t] = k0 + t;
-    for (uint32_t j0 = 1; j0 < c.h; j0 += kStepChunk) {
-        const uint32_t j1 = c.h - j0 > kStepChunk ? j0 + kStepChunk : c.h;
-        fill_step_roots<K>(c, k0, j0, j1, m, &roots);
-        uint32_t v = 0;
-        for (; v + V <= vectors; v += V) sequence_steps<Vec, V, K>(x + v * L, X + v * L, row, c, k0, j0, j1, roots);
-        for (; v < vectors; ++v) sequence_steps<Vec, 1, K>(x + v * L, X + v * L, row, c, k0, j0, j1, roots);
-    }
+    for (int t = 0; t < K; ++t) m[t] = static_cast<uint32_t>(uint64_t{j0} * (k0 + t) % c.n);
+    fill_step_roots<K>(c, k0, j0, j1, m, &roots);
+    uint32_t v = 0;
+    for (; v + V <= vectors; v += V) sequence_steps<Vec, V, K>(x + v * L, X + v * L, row, c, k0, j0, j1, roots);
+    for (; v < vectors; ++v) sequence_steps<Vec, 1, K>(x + v * L, X + v * L, row, c, k0, j0, j1, roots);
 }
 
-// Every output of `vectors` vectors of sequences: V vectors and K output pairs at a time.
+// Output pairs k0 .. k0+K-1 of one sequence.
+template <int K>
+void single_outputs(const double *x, double *X, size_t row, const Circle &c, uint32_t k0) {
+    for (uint32_t j0 = 1; j0 < c.h; j0 += kStepChunk)
+        chunk_outputs<vcomplex, 1, K>(x, X, row, c, 1, k0, j0, c.h - j0 > kStepChunk ? j0 + kStepChunk : c.h);
+}
+
+// Every output of `vectors` vectors of sequences: V vectors and K output pairs at a time, all
+// outputs over one chunk of steps before the next, so that the chunk's input rows stay in cache.
 template <class Vec, int V, int K>
 void sequences(const double *x, double *X, size_t row, const Circle &c, uint32_t vectors) {
     constexpr int L = kDoubles<Vec>;
     uint32_t v = 0;
     for (; v + V <= vectors; v += V) plain_sums<Vec, V>(x + v * L, X + v * L, row, c);
     for (; v < vectors; ++v) plain_sums<Vec, 1>(x + v * L, X + v * L, row, c);
-    uint32_t k = 1;
-    for (; k + K <= c.h; k += K) sequence_outputs<Vec, V, K>(x, X, row, c, vectors, k);
-    for (; k < c.h; ++k) sequence_outputs<Vec, V, 1>(x, X, row, c, vectors, k);
+    for (uint32_t j0 = 1; j0 < c.h; j0 += kStepChunk) {
+        const uint32_t j1 = c.h - j0 > kStepChunk ? j0 + kStepChunk : c.h;
+        uint32_t k = 1;
+        for (; k + K <= c.h; k += K) chunk_outputs<Vec, V, K>(x, X, row, c, vectors, k, j0, j1);
+        for (; k < c.h; ++k) chunk_outputs<Vec, V, 1>(x, X, row, c, vectors, k, j0, j1);
+    }
 }
 
 // ---- across outputs of one sequence: lanes of neighbouring k
@@ -498,7 +507,7 @@ void permuted_outputs(const double *x, double *X, size_t row, const Circle &c, c
     for (; e + kPermutedSpan <= t.half; e += kPermutedSpan) permuted_lanes<kPermutedBlocks>(x, X, row, c, t, e);
     for (; e + kLanes <= t.half; e += kLanes) permuted_lanes<1>(x, X, row, c, t, e);
     for (uint32_t k = power_mod(t.generator, e, c.n); e < t.half; ++e, k = k * t.generator % c.n)
-        sequence_outputs<vcomplex, 1, 1>(x, X, row, c, 1, k < c.h ? k : c.n - k);
+        single_outputs<1>(x, X, row, c, k < c.h ? k : c.n - k);
 }
 #endif
 
@@ -514,8 +523,8 @@ void one_sequence(const double *x, double *X, size_t row, const Circle &c, [[may
         for (; k + kLanes <= c.h; k += kLanes) output_block<1>(x, X, row, c, k);
     }
 #endif
-    for (; k + 2 <= c.h; k += 2) sequence_outputs<vcomplex, 1, 2>(x, X, row, c, 1, k);
-    if (k < c.h) sequence_outputs<vcomplex, 1, 1>(x, X, row, c, 1, k);
+    for (; k + 2 <= c.h; k += 2) single_outputs<2>(x, X, row, c, k);
+    if (k < c.h) single_outputs<1>(x, X, row, c, k);
 }
 
 }  // namespace
