@@ -103,7 +103,7 @@ void run_dft(benchmark::State &state, Shape s) {
 // Named "<family>/<implementation>/<case>" for the comparison tables; the peak comes first.
 const bool registered = [] {
     benchmark::RegisterBenchmark("peak/vector_mul_add", run_peak)->MinTime(0.5);
-    for (Shape s : {Shape{101, 1}, Shape{1009, 1}, Shape{4001, 1}, Shape{1000, 64}}) {
+    for (Shape s : {Shape{101, 1}, Shape{1009, 1}, Shape{4001, 1}, Shape{1000, 64}, Shape{1000, 1}}) {
         const std::string tag = std::to_string(s.n) + (s.stride > 1 ? "x" + std::to_string(s.stride) : "");
         for (int repeat = 0; repeat < 2; ++repeat) {  // A B A B
             benchmark::RegisterBenchmark(("DFT/libhw/" + tag).c_str(), run_dft<true>, s);
