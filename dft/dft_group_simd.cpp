@@ -527,6 +527,21 @@ void one_sequence(const double *x, double *X, size_t row, const Circle &c, [[may
     if (k < c.h) single_outputs<1>(x, X, row, c, k);
 }
 
+// Sequences first .. stride-1 one at a time. Not inlined: only this path needs the permuted
+// table's room on the stack.
+__attribute__((noinline)) void single_sequences(const double *x, double *X, size_t row, const Circle &c,
+                                                uint32_t first, uint32_t stride) {
+    const void *permuted = nullptr;
+#if HW_VEC_DOUBLES >= 4
+    PermutedRoots table;
+    if (c.n <= kLargestPermuted && is_odd_prime(c.n)) {
+        build_permuted_roots(c, &table);
+        permuted = &table;
+    }
+#endif
+    for (uint32_t s = first; s < stride; ++s) one_sequence(x + 2 * s, X + 2 * s, row, c, permuted);
+}
+
 }  // namespace
 
 void dft_group(uint32_t n, const double *x, double *X, uint32_t stride, const double *roots) {
@@ -536,17 +551,8 @@ void dft_group(uint32_t n, const double *x, double *X, uint32_t stride, const do
     constexpr int kVectors = 2, kPairs = kLanes == 8 ? 4 : 2;
     const uint32_t vectors = stride / kComplex;  // of sequences side by side
     if (vectors > 0) sequences<vdouble, kVectors, kPairs>(x, X, row, c, vectors);
-    uint32_t s = vectors * kComplex;
-    if (s == stride) return;
-    const void *permuted = nullptr;
-#if HW_VEC_DOUBLES >= 4
-    PermutedRoots table;
-    if (n <= kLargestPermuted && is_odd_prime(n)) {
-        build_permuted_roots(c, &table);
-        permuted = &table;
-    }
-#endif
-    for (; s < stride; ++s) one_sequence(x + 2 * s, X + 2 * s, row, c, permuted);
+    const uint32_t s = vectors * kComplex;
+    if (s < stride) single_sequences(x, X, row, c, s, stride);
 }
 
 }  // namespace hw::HW_ISA_NS
