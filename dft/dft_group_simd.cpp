@@ -8,11 +8,14 @@
 // half circle); then X[k] = (R + B, I + A), X[n-k] = (R - B, I - A). A vector lane follows one
 // output, so any arrangement of lanes gives the scalar bits:
 // - across sequences: lanes hold the same output of neighbouring sequences, interleaved as
-//   (re, im), with one root broadcast to every lane;
-// - across outputs (a single sequence): lanes hold neighbouring k with powers per lane,
-//   roots gathered from the table and the sine's sign chosen per lane.
+//   (re, im), with one root broadcast to every lane; the roots of a chunk of steps are worked
+//   out once for all sequences;
+// - across outputs of a single sequence of prime length: lanes hold the outputs g^e for
+//   consecutive e (g a primitive root), whose roots lie side by side in a permuted table;
+// - across outputs of a single sequence of any other length: lanes hold neighbouring k with
+//   powers per lane, roots gathered from the table and the sine's sign chosen per lane.
+// Helpers stay in this file (no inline functions of shared headers: see docs/simd.md).
 #include <cstdint>
-#include <numeric>
 
 #include "dft/dft_kernels.h"
 #include "simd/vec.h"
@@ -288,7 +291,15 @@ void sequences(const double *x, double *X, size_t row, const Circle &c, uint32_t
 #if HW_VEC_DOUBLES >= 4
 // Whether output k meets a power without sine terms (0, or n/2 for even n) for some
 // j < h: j·k ≡ 0 (mod n/2 or n) first at j = n / gcd(n, 2k).
-bool meets_no_sine(const Circle &c, uint32_t k) { return c.n / std::gcd(c.n, 2 * k) < c.h; }
+bool meets_no_sine(const Circle &c, uint32_t k) {
+    uint32_t a = c.n, b = 2 * k;  // gcd(n, 2k)
+    while (b) {
+        const uint32_t r = a % b;
+        a = b;
+        b = r;
+    }
+    return c.n / a < c.h;
+}
 
 typedef int32_t vindex __attribute__((vector_size(4 * kLanes)));
 
