@@ -517,6 +517,10 @@ void permuted_outputs(const double *x, double *X, size_t row, const Circle &c, c
     uint32_t e = 0;
     for (; e + kPermutedSpan <= t.half; e += kPermutedSpan) permuted_lanes<kPermutedBlocks>(x, X, row, c, t, e);
     for (; e + kLanes <= t.half; e += kLanes) permuted_lanes<1>(x, X, row, c, t, e);
+    if (e < t.half && t.half >= kLanes) {  // the last lanes again: they write the same bits twice
+        permuted_lanes<1>(x, X, row, c, t, t.half - kLanes);
+        return;
+    }
     for (uint32_t k = power_mod(t.generator, e, c.n); e < t.half; ++e, k = k * t.generator % c.n)
         single_outputs<1>(x, X, row, c, k < c.h ? k : c.n - k);
 }
