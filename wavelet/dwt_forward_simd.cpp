@@ -1,0 +1,190 @@
+// ehw_DWT on one instruction-set level: one level of two-channel wavelet analysis over a
+// strided set of signals. Every output starts at 0.0 and receives each tap's product in turn
+// (high pass into `first`, low pass into `second`), rounded after every addition. The kernels
+// keep that order for each output and only choose which outputs share a vector: neighbouring
+// windows of one signal, or the same window of neighbouring signals when they interleave.
+#include "simd/vec.h"
+#include "wavelet/dwt_engines.h"
+
+namespace hw::HW_ISA_NS {
+namespace {
+
+using wavelet::Strides;
+using wavelet::Transform;
+
+constexpr int kBlocks = 2;        // vectors of windows in flight along a signal
+constexpr int kSignalBlocks = 4;  // vectors of signals in flight across signals
+
+inline ptrdiff_t at(const Strides &s, ptrdiff_t t, ptrdiff_t i) { return s.offset + t * s.tskip + i * s.skip; }
+
+// Index of the sample that window position i reads, or -1 when it contributes nothing.
+inline ptrdiff_t extended_index(ptrdiff_t i, ptrdiff_t n, int32_t end_flag) {
+    if (i < n) return i;
+    if (end_flag == 1) return 2 * n - 2 - i;
+    if (end_flag == 2) return i % n;
+    return -1;
+}
+
+// Lanes 0, 2, 4, ... and 1, 3, 5, ... of the pair (a, b).
+inline vdouble evens(vdouble a, vdouble b) {
+#if HW_VEC_DOUBLES == 2
+    return __builtin_shufflevector(a, b, 0, 2);
+#elif HW_VEC_DOUBLES == 4
+    return __builtin_shufflevector(a, b, 0, 2, 4, 6);
+#else
+    return __builtin_shufflevector(a, b, 0, 2, 4, 6, 8, 10, 12, 14);
+#endif
+}
+
+inline vdouble odds(vdouble a, vdouble b) {
+#if HW_VEC_DOUBLES == 2
+    return __builtin_shufflevector(a, b, 1, 3);
+#elif HW_VEC_DOUBLES == 4
+    return __builtin_shufflevector(a, b, 1, 3, 5, 7);
+#else
+    return __builtin_shufflevector(a, b, 1, 3, 5, 7, 9, 11, 13, 15);
+#endif
+}
+
+inline void store_lanes(double *p, ptrdiff_t stride, vdouble v) {
+    if (stride == 1) return store(p, v);
+    for (int l = 0; l < kLanes; ++l) p[l * stride] = v[l];
+}
+
+// Window k of signal t in the defined order, the partial sums kept in the outputs themselves:
+// the path for layouts where outputs may share elements with each other or with the samples.
+template <bool Interior>
+void window(const Transform &w, ptrdiff_t t, ptrdiff_t k) {
+    const double *x = w.samples + at(w.x, t, 0);
+    double *c = w.first + at(w.c, t, k);
+    double *d = w.second + at(w.d, t, k);
+    *c = 0.0;
+    *d = 0.0;
+    for (ptrdiff_t j = 0; j < w.taps; ++j) {
+        const ptrdiff_t i = Interior ? 2 * k + j : extended_index(2 * k + j, w.n, w.end_flag);
+        if (i < 0) continue;
+        const double s = x[i * w.x.skip];
+        *c = *c + s * w.h[j];
+        *d = *d + s * w.g[j];
+    }
+}
+
+// kBlocks * kLanes neighbouring windows of one signal with contiguous samples; x is sample 2k
+// of the first, c and d its outputs. Lane l of a vector is window k + l: tap j reads the even
+// or odd lanes of the samples from 2k + j on. Reads up to x[2 * (windows - 1) + taps + taps % 2 - 1].
+void windows_along(const double *x, const double *h, const double *g, ptrdiff_t taps, double *c, ptrdiff_t cskip,
+                   double *d, ptrdiff_t dskip) {
+    vdouble sc[kBlocks], sd[kBlocks];
+    for (int u = 0; u < kBlocks; ++u) sc[u] = sd[u] = vdouble{};
+    ptrdiff_t j = 0;
+    for (; j + 1 < taps; j += 2) {
+        const vdouble h0 = broadcast(h[j]), g0 = broadcast(g[j]), h1 = broadcast(h[j + 1]), g1 = broadcast(g[j + 1]);
+        for (int u = 0; u < kBlocks; ++u) {
+            const double *p = x + 2 * u * kLanes + j;
+            const vdouble a = load(p), b = load(p + kLanes);
+            const vdouble even = evens(a, b), odd = odds(a, b);
+            sc[u] = sc[u] + even * h0;
+            sd[u] = sd[u] + even * g0;
+            sc[u] = sc[u] + odd * h1;
+            sd[u] = sd[u] + odd * g1;
+        }
+    }
+    if (j < taps) {
+        const vdouble h0 = broadcast(h[j]), g0 = broadcast(g[j]);
+        for (int u = 0; u < kBlocks; ++u) {
+            const double *p = x + 2 * u * kLanes + j;
+            const vdouble even = evens(load(p), load(p + kLanes));
+            sc[u] = sc[u] + even * h0;
+            sd[u] = sd[u] + even * g0;
+        }
+    }
+    for (int u = 0; u < kBlocks; ++u) {
+        store_lanes(c + u * kLanes * cskip, cskip, sc[u]);
+        store_lanes(d + u * kLanes * dskip, dskip, sd[u]);
+    }
+}
+
+// Data skip 1: each signal's windows, vectors first, then the rest one by one.
+void forward_along(const Transform &w, ptrdiff_t coeffs, ptrdiff_t interior) {
+    const ptrdiff_t reach = w.n - w.taps - w.taps % 2;  // windows k with 2k <= reach stay in the signal
+    const ptrdiff_t safe = reach < 0 ? 0 : reach / 2 + 1;
+    constexpr ptrdiff_t step = kBlocks * kLanes;
+    for (ptrdiff_t t = 0; t < w.count; ++t) {
+        const double *x = w.samples + at(w.x, t, 0);
+        ptrdiff_t k = 0;
+        for (; k + step <= safe; k += step)
+            windows_along(x + 2 * k, w.h, w.g, w.taps, w.first + at(w.c, t, k), w.c.skip, w.second + at(w.d, t, k),
+                          w.d.skip);
+        for (; k < interior; ++k) window<true>(w, t, k);
+        for (; k < coeffs; ++k) window<false>(w, t, k);
+    }
+}
+
+// Window k of signals t .. t + Blocks * kLanes - 1, whose samples lie side by side (transform
+// skip 1). Windows reaching past the end take their samples through the end condition.
+template <int Blocks>
+void window_across(const Transform &w, ptrdiff_t t, ptrdiff_t k, bool interior) {
+    vdouble sc[Blocks], sd[Blocks];
+    for (int u = 0; u < Blocks; ++u) sc[u] = sd[u] = vdouble{};
+    const double *x = w.samples + at(w.x, t, 0);
+    for (ptrdiff_t j = 0; j < w.taps; ++j) {
+        const ptrdiff_t i = interior ? 2 * k + j : extended_index(2 * k + j, w.n, w.end_flag);
+        if (i < 0) continue;
+        const double *p = x + i * w.x.skip;
+        const vdouble hj = broadcast(w.h[j]), gj = broadcast(w.g[j]);
+        for (int u = 0; u < Blocks; ++u) {
+            const vdouble s = load(p + u * kLanes);
+            sc[u] = sc[u] + s * hj;
+            sd[u] = sd[u] + s * gj;
+        }
+    }
+    for (int u = 0; u < Blocks; ++u) {
+        store_lanes(w.first + at(w.c, t + u * kLanes, k), w.c.tskip, sc[u]);
+        store_lanes(w.second + at(w.d, t + u * kLanes, k), w.d.tskip, sd[u]);
+    }
+}
+
+void forward_across(const Transform &w, ptrdiff_t coeffs) {
+    for (ptrdiff_t k = 0; k < coeffs; ++k) {
+        const bool interior = 2 * k + w.taps <= w.n;
+        ptrdiff_t t = 0;
+        for (; t + kSignalBlocks * kLanes <= w.count; t += kSignalBlocks * kLanes)
+            window_across<kSignalBlocks>(w, t, k, interior);
+        for (; t + kLanes <= w.count; t += kLanes) window_across<1>(w, t, k, interior);
+        for (; t < w.count; ++t) interior ? window<true>(w, t, k) : window<false>(w, t, k);
+    }
+}
+
+}  // namespace
+
+int32_t dwt_forward(const Transform &w) {
+    const ptrdiff_t coeffs = (w.n + 1) / 2;
+    ptrdiff_t interior = coeffs - (w.taps + 1) / 2;  // windows that never reach past the end
+    if (interior < 0) interior = 0;
+    if (w.count < 1) return 0;
+    if (wavelet::order_free(w, false)) {
+        if (w.x.skip == 1) {
+            forward_along(w, coeffs, interior);
+            return 0;
+        }
+        if (w.x.tskip == 1) {
+            forward_across(w, coeffs);
+            return 0;
+        }
+    }
+    // Signals outer when the data skip is at most the transform skip, windows outer otherwise.
+    if (w.x.skip <= w.x.tskip) {
+        for (ptrdiff_t t = 0; t < w.count; ++t) {
+            for (ptrdiff_t k = 0; k < interior; ++k) window<true>(w, t, k);
+            for (ptrdiff_t k = interior; k < coeffs; ++k) window<false>(w, t, k);
+        }
+    } else {
+        for (ptrdiff_t k = 0; k < interior; ++k)
+            for (ptrdiff_t t = 0; t < w.count; ++t) window<true>(w, t, k);
+        for (ptrdiff_t k = interior; k < coeffs; ++k)
+            for (ptrdiff_t t = 0; t < w.count; ++t) window<false>(w, t, k);
+    }
+    return 0;
+}
+
+}  // namespace hw::HW_ISA_NS

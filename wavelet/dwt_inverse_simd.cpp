@@ -1,0 +1,261 @@
+// The signal-by-signal work of ehw_DWTinv on one instruction-set level: the periodic synthesis
+// and the back-substitution of end conditions 0 and 1. Each sample receives its terms in the
+// order of the definition; the kernels only choose which samples share a vector.
+#include "simd/vec.h"
+#include "wavelet/dwt_engines.h"
+
+namespace hw::HW_ISA_NS {
+namespace {
+
+using wavelet::Strides;
+using wavelet::Transform;
+
+constexpr int kBlocks = 2;        // vectors of sample pairs in flight along a signal
+constexpr int kSignalBlocks = 4;  // vectors of signals in flight across signals
+
+inline ptrdiff_t at(const Strides &s, ptrdiff_t t, ptrdiff_t i) { return s.offset + t * s.tskip + i * s.skip; }
+
+// Lanes of one sample or coefficient of kLanes signals, `stride` apart (1: one load).
+template <bool Contiguous>
+inline vdouble load_lanes(const double *p, ptrdiff_t stride) {
+    if constexpr (Contiguous) return load(p);
+    vdouble v;
+    for (int l = 0; l < kLanes; ++l) v[l] = p[l * stride];
+    return v;
+}
+
+template <bool Contiguous>
+inline void store_lanes(double *p, ptrdiff_t stride, vdouble v) {
+    if constexpr (Contiguous) return store(p, v);
+    for (int l = 0; l < kLanes; ++l) p[l * stride] = v[l];
+}
+
+// ---------------------------------------------------------------- end condition 2
+
+// The windows k whose tap j = (i - 2k) mod n reaches sample i, in the order the definition adds
+// their terms (k ascending): first those reaching it directly, then those wrapping past the end.
+template <class Term>
+inline void for_each_term(ptrdiff_t i, ptrdiff_t n, ptrdiff_t taps, Term term) {
+    const ptrdiff_t last_window = n / 2 - 1;
+    const ptrdiff_t direct_from = i - taps + 1;
+    ptrdiff_t k = direct_from <= 0 ? 0 : (direct_from + 1) / 2;
+    for (const ptrdiff_t end = i / 2 < last_window ? i / 2 : last_window; k <= end; ++k) term(k, i - 2 * k);
+    k = (i + n - taps + 2) / 2;  // i + n - taps + 1 >= 1: halved and rounded up
+    for (const ptrdiff_t end = (i + n) / 2 < last_window ? (i + n) / 2 : last_window; k <= end; ++k)
+        term(k, i + n - 2 * k);
+}
+
+// The definition itself: every sample of every signal cleared, then each window's terms added
+// in memory. For layouts where samples share elements with each other or the coefficients.
+void synthesis_in_definition_order(const Transform &w) {
+    for (ptrdiff_t t = 0; t < w.count; ++t)
+        for (ptrdiff_t i = 0; i < w.n; ++i) w.samples[at(w.x, t, i)] = 0.0;
+    for (ptrdiff_t t = 0; t < w.count; ++t)
+        for (ptrdiff_t k = 0; k < w.n / 2; ++k)
+            for (ptrdiff_t j = 0; j < w.taps; ++j) {
+                double &x = w.samples[at(w.x, t, (2 * k + j) % w.n)];
+                x = (w.h[j] * w.first[at(w.c, t, k)] + w.g[j] * w.second[at(w.d, t, k)]) + x;
+            }
+}
+
+double sample_from_terms(const Transform &w, ptrdiff_t t, ptrdiff_t i) {
+    double x = 0.0;
+    for_each_term(i, w.n, w.taps, [&](ptrdiff_t k, ptrdiff_t j) {
+        x = (w.h[j] * w.first[at(w.c, t, k)] + w.g[j] * w.second[at(w.d, t, k)]) + x;
+    });
+    return x;
+}
+
+// (e0, o0, e1, o1, ...): the first and second halves of the even and odd samples interleaved.
+inline vdouble interleave_low(vdouble e, vdouble o) {
+#if HW_VEC_DOUBLES == 2
+    return __builtin_shufflevector(e, o, 0, 2);
+#elif HW_VEC_DOUBLES == 4
+    return __builtin_shufflevector(e, o, 0, 4, 1, 5);
+#else
+    return __builtin_shufflevector(e, o, 0, 8, 1, 9, 2, 10, 3, 11);
+#endif
+}
+
+inline vdouble interleave_high(vdouble e, vdouble o) {
+#if HW_VEC_DOUBLES == 2
+    return __builtin_shufflevector(e, o, 1, 3);
+#elif HW_VEC_DOUBLES == 4
+    return __builtin_shufflevector(e, o, 2, 6, 3, 7);
+#else
+    return __builtin_shufflevector(e, o, 4, 12, 5, 13, 6, 14, 7, 15);
+#endif
+}
+
+// Samples 2m .. 2m + 2 * kBlocks * kLanes - 1 of one contiguous signal, none of whose terms
+// wraps: (taps - 1) / 2 <= m and m + kBlocks * kLanes <= n / 2. Lane l of the even vector is
+// sample 2(m + l), which takes the even taps from the largest down (windows ascending); the odd
+// vector likewise with the odd taps. x is sample 2m, c and d coefficient m.
+void pairs_along(double *x, const double *c, const double *d, const double *h, const double *g, ptrdiff_t taps) {
+    vdouble even[kBlocks], odd[kBlocks];
+    for (int u = 0; u < kBlocks; ++u) even[u] = odd[u] = vdouble{};
+    for (ptrdiff_t j = (taps - 1) & ~ptrdiff_t{1}; j >= 0; j -= 2) {
+        const vdouble hj = broadcast(h[j]), gj = broadcast(g[j]);
+        for (int u = 0; u < kBlocks; ++u)
+            even[u] = (hj * load(c - j / 2 + u * kLanes) + gj * load(d - j / 2 + u * kLanes)) + even[u];
+    }
+    for (ptrdiff_t j = taps % 2 == 0 ? taps - 1 : taps - 2; j >= 1; j -= 2) {
+        const vdouble hj = broadcast(h[j]), gj = broadcast(g[j]);
+        for (int u = 0; u < kBlocks; ++u)
+            odd[u] = (hj * load(c - j / 2 + u * kLanes) + gj * load(d - j / 2 + u * kLanes)) + odd[u];
+    }
+    for (int u = 0; u < kBlocks; ++u) {
+        store(x + 2 * u * kLanes, interleave_low(even[u], odd[u]));
+        store(x + 2 * u * kLanes + kLanes, interleave_high(even[u], odd[u]));
+    }
+}
+
+// Samples, first and second coefficients all with skip 1.
+void synthesis_along(const Transform &w) {
+    const ptrdiff_t first_pair = (w.taps - 1) / 2, pairs = w.n / 2;
+    constexpr ptrdiff_t step = kBlocks * kLanes;
+    for (ptrdiff_t t = 0; t < w.count; ++t) {
+        double *x = w.samples + at(w.x, t, 0);
+        const double *c = w.first + at(w.c, t, 0), *d = w.second + at(w.d, t, 0);
+        ptrdiff_t m = first_pair;
+        for (; m + step <= pairs; m += step) pairs_along(x + 2 * m, c + m, d + m, w.h, w.g, w.taps);
+        for (ptrdiff_t i = 0; i < 2 * first_pair; ++i) x[i] = sample_from_terms(w, t, i);
+        for (ptrdiff_t i = 2 * m; i < w.n; ++i) x[i] = sample_from_terms(w, t, i);
+    }
+}
+
+// Sample i of signals t .. t + Blocks * kLanes - 1 lying side by side (transform skip 1 for
+// samples and coefficients).
+template <int Blocks>
+void sample_across(const Transform &w, ptrdiff_t t, ptrdiff_t i) {
+    vdouble x[Blocks];
+    for (int u = 0; u < Blocks; ++u) x[u] = vdouble{};
+    const double *c = w.first + at(w.c, t, 0), *d = w.second + at(w.d, t, 0);
+    for_each_term(i, w.n, w.taps, [&](ptrdiff_t k, ptrdiff_t j) {
+        const vdouble hj = broadcast(w.h[j]), gj = broadcast(w.g[j]);
+        for (int u = 0; u < Blocks; ++u)
+            x[u] = (hj * load(c + k * w.c.skip + u * kLanes) + gj * load(d + k * w.d.skip + u * kLanes)) + x[u];
+    });
+    for (int u = 0; u < Blocks; ++u) store(w.samples + at(w.x, t + u * kLanes, i), x[u]);
+}
+
+void synthesis_across(const Transform &w) {
+    for (ptrdiff_t i = 0; i < w.n; ++i) {
+        ptrdiff_t t = 0;
+        for (; t + kSignalBlocks * kLanes <= w.count; t += kSignalBlocks * kLanes) sample_across<kSignalBlocks>(w, t, i);
+        for (; t + kLanes <= w.count; t += kLanes) sample_across<1>(w, t, i);
+        for (; t < w.count; ++t) w.samples[at(w.x, t, i)] = sample_from_terms(w, t, i);
+    }
+}
+
+// ---------------------------------------------------------------- end conditions 0 and 1
+
+// One signal in the defined order, samples read back from memory.
+void back_substitute_signal(const Transform &w, ptrdiff_t t, ptrdiff_t k_first, bool zero_end_last, double q) {
+    auto x = [&](ptrdiff_t i) -> double & { return w.samples[at(w.x, t, i)]; };
+    auto c = [&](ptrdiff_t k) { return w.first[at(w.c, t, k)]; };
+    auto d = [&](ptrdiff_t k) { return w.second[at(w.d, t, k)]; };
+    const double *h = w.h, *g = w.g;
+    if (zero_end_last) {
+        const ptrdiff_t last = k_first + 1;
+        if (w.n % 2 == 1) {
+            x(w.n - 1) = (g[1] * c(last) - h[1] * d(last)) * q;
+        } else {
+            x(w.n - 2) = (g[1] * c(last) - h[1] * d(last)) * q;
+            x(w.n - 1) = (h[0] * d(last) - g[0] * c(last)) * q;
+        }
+    }
+    // Window k: remove the samples already rebuilt to its right, then solve taps 0 and 1.
+    for (ptrdiff_t k = k_first; k >= 0; --k) {
+        double cp = c(k), dp = d(k);
+        if (w.taps > 2 && w.n > 2 * k + 2) {
+            for (ptrdiff_t j = 2; j < w.taps && 2 * k + j < w.n; ++j) {
+                cp = cp - x(2 * k + j) * h[j];
+                dp = dp - x(2 * k + j) * g[j];
+            }
+        }
+        x(2 * k) = (cp * g[1] - dp * h[1]) * q;
+        x(2 * k + 1) = (dp * h[0] - cp * g[0]) * q;
+    }
+}
+
+// The same for signals t .. t + Blocks * kLanes - 1, one signal per lane.
+template <int Blocks, bool Contiguous>
+void back_substitute_across(const Transform &w, ptrdiff_t t, ptrdiff_t k_first, bool zero_end_last, double q) {
+    double *x[Blocks];
+    const double *c[Blocks], *d[Blocks];
+    for (int u = 0; u < Blocks; ++u) {
+        x[u] = w.samples + at(w.x, t + u * kLanes, 0);
+        c[u] = w.first + at(w.c, t + u * kLanes, 0);
+        d[u] = w.second + at(w.d, t + u * kLanes, 0);
+    }
+    const ptrdiff_t xs = w.x.skip, xt = w.x.tskip, cs = w.c.skip, ct = w.c.tskip, ds = w.d.skip, dt = w.d.tskip;
+    const vdouble h0 = broadcast(w.h[0]), h1 = broadcast(w.h[1]), g0 = broadcast(w.g[0]), g1 = broadcast(w.g[1]);
+    const vdouble qv = broadcast(q);
+    if (zero_end_last) {
+        const ptrdiff_t last = k_first + 1;
+        for (int u = 0; u < Blocks; ++u) {
+            const vdouble cl = load_lanes<Contiguous>(c[u] + last * cs, ct);
+            const vdouble dl = load_lanes<Contiguous>(d[u] + last * ds, dt);
+            if (w.n % 2 == 1) {
+                store_lanes<Contiguous>(x[u] + (w.n - 1) * xs, xt, (g1 * cl - h1 * dl) * qv);
+            } else {
+                store_lanes<Contiguous>(x[u] + (w.n - 2) * xs, xt, (g1 * cl - h1 * dl) * qv);
+                store_lanes<Contiguous>(x[u] + (w.n - 1) * xs, xt, (h0 * dl - g0 * cl) * qv);
+            }
+        }
+    }
+    for (ptrdiff_t k = k_first; k >= 0; --k) {
+        vdouble cp[Blocks], dp[Blocks];
+        for (int u = 0; u < Blocks; ++u) {
+            cp[u] = load_lanes<Contiguous>(c[u] + k * cs, ct);
+            dp[u] = load_lanes<Contiguous>(d[u] + k * ds, dt);
+        }
+        if (w.taps > 2 && w.n > 2 * k + 2) {
+            for (ptrdiff_t j = 2; j < w.taps && 2 * k + j < w.n; ++j) {
+                const vdouble hj = broadcast(w.h[j]), gj = broadcast(w.g[j]);
+                for (int u = 0; u < Blocks; ++u) {
+                    const vdouble s = load_lanes<Contiguous>(x[u] + (2 * k + j) * xs, xt);
+                    cp[u] = cp[u] - s * hj;
+                    dp[u] = dp[u] - s * gj;
+                }
+            }
+        }
+        for (int u = 0; u < Blocks; ++u) {
+            store_lanes<Contiguous>(x[u] + 2 * k * xs, xt, (cp[u] * g1 - dp[u] * h1) * qv);
+            store_lanes<Contiguous>(x[u] + (2 * k + 1) * xs, xt, (dp[u] * h0 - cp[u] * g0) * qv);
+        }
+    }
+}
+
+template <bool Contiguous>
+ptrdiff_t back_substitute_groups(const Transform &w, ptrdiff_t t, ptrdiff_t t_end, ptrdiff_t k_first,
+                                 bool zero_end_last, double q) {
+    for (; t + kSignalBlocks * kLanes <= t_end; t += kSignalBlocks * kLanes)
+        back_substitute_across<kSignalBlocks, Contiguous>(w, t, k_first, zero_end_last, q);
+    for (; t + kLanes <= t_end; t += kLanes) back_substitute_across<1, Contiguous>(w, t, k_first, zero_end_last, q);
+    return t;
+}
+
+}  // namespace
+
+void dwt_periodic_synthesis(const Transform &w) {
+    if (!wavelet::order_free(w, true)) return synthesis_in_definition_order(w);
+    if (w.x.skip == 1 && w.c.skip == 1 && w.d.skip == 1) return synthesis_along(w);
+    if (w.x.tskip == 1 && w.c.tskip == 1 && w.d.tskip == 1) return synthesis_across(w);
+    for (ptrdiff_t t = 0; t < w.count; ++t)
+        for (ptrdiff_t i = 0; i < w.n; ++i) w.samples[at(w.x, t, i)] = sample_from_terms(w, t, i);
+}
+
+void dwt_back_substitution(const Transform &w, ptrdiff_t t_begin, ptrdiff_t t_end, ptrdiff_t k_first,
+                           bool zero_end_last, bool any_order, double q) {
+    ptrdiff_t t = t_begin;
+    if (any_order) {
+        const bool contiguous = w.x.tskip == 1 && w.c.tskip == 1 && w.d.tskip == 1;
+        t = contiguous ? back_substitute_groups<true>(w, t, t_end, k_first, zero_end_last, q)
+                       : back_substitute_groups<false>(w, t, t_end, k_first, zero_end_last, q);
+    }
+    for (; t < t_end; ++t) back_substitute_signal(w, t, k_first, zero_end_last, q);
+}
+
+}  // namespace hw::HW_ISA_NS
