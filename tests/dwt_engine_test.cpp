@@ -202,6 +202,11 @@ Case random_case(std::mt19937 &rng) {
     c.memory = random_vector(rng, end + 2);
     reference_forward(c.at(c.memory));
     if (pick(rng, 0, 3) == 0) c.at(c.memory).first[w.c.offset + pick(rng, 0, w.count - 1) * w.c.tskip + (coeffs - 1) * w.c.skip] += 1e-6;
+    if (pick(rng, 0, 3) == 0) {  // signed zeros in the masks and the data: their signs must come through
+        c.h[pick(rng, 0, w.taps - 1)] = -0.0;
+        c.g[pick(rng, 0, w.taps - 1)] = -0.0;
+        for (double &e : c.memory) e = pick(rng, 0, 2) == 0 ? -0.0 : e;
+    }
     return c;
 }
 

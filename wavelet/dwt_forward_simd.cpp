@@ -3,19 +3,13 @@
 // (high pass into `first`, low pass into `second`), rounded after every addition. The kernels
 // keep that order for each output and only choose which outputs share a vector: neighbouring
 // windows of one signal, or the same window of neighbouring signals when they interleave.
-#include "simd/vec.h"
-#include "wavelet/dwt_engines.h"
+#include "wavelet/dwt_lanes.h"
 
 namespace hw::HW_ISA_NS {
 namespace {
 
-using wavelet::Strides;
-using wavelet::Transform;
-
 constexpr int kBlocks = 2;        // vectors of windows in flight along a signal
 constexpr int kSignalBlocks = 4;  // vectors of signals in flight across signals
-
-inline ptrdiff_t at(const Strides &s, ptrdiff_t t, ptrdiff_t i) { return s.offset + t * s.tskip + i * s.skip; }
 
 // Index of the sample that window position i reads, or -1 when it contributes nothing.
 inline ptrdiff_t extended_index(ptrdiff_t i, ptrdiff_t n, int32_t end_flag) {
@@ -46,11 +40,6 @@ inline vdouble odds(vdouble a, vdouble b) {
 #endif
 }
 
-inline void store_lanes(double *p, ptrdiff_t stride, vdouble v) {
-    if (stride == 1) return store(p, v);
-    for (int l = 0; l < kLanes; ++l) p[l * stride] = v[l];
-}
-
 // Window k of signal t in the defined order, the partial sums kept in the outputs themselves:
 // the path for layouts where outputs may share elements with each other or with the samples.
 template <bool Interior>
@@ -78,7 +67,7 @@ void windows_along(const double *x, const double *h, const double *g, ptrdiff_t 
     for (int u = 0; u < kBlocks; ++u) sc[u] = sd[u] = vdouble{};
     ptrdiff_t j = 0;
     for (; j + 1 < taps; j += 2) {
-        const vdouble h0 = broadcast(h[j]), g0 = broadcast(g[j]), h1 = broadcast(h[j + 1]), g1 = broadcast(g[j + 1]);
+        const vdouble h0 = splat(h[j]), g0 = splat(g[j]), h1 = splat(h[j + 1]), g1 = splat(g[j + 1]);
         for (int u = 0; u < kBlocks; ++u) {
             const double *p = x + 2 * u * kLanes + j;
             const vdouble a = load(p), b = load(p + kLanes);
@@ -90,7 +79,7 @@ void windows_along(const double *x, const double *h, const double *g, ptrdiff_t 
         }
     }
     if (j < taps) {
-        const vdouble h0 = broadcast(h[j]), g0 = broadcast(g[j]);
+        const vdouble h0 = splat(h[j]), g0 = splat(g[j]);
         for (int u = 0; u < kBlocks; ++u) {
             const double *p = x + 2 * u * kLanes + j;
             const vdouble even = evens(load(p), load(p + kLanes));
@@ -131,7 +120,7 @@ void window_across(const Transform &w, ptrdiff_t t, ptrdiff_t k, bool interior) 
         const ptrdiff_t i = interior ? 2 * k + j : extended_index(2 * k + j, w.n, w.end_flag);
         if (i < 0) continue;
         const double *p = x + i * w.x.skip;
-        const vdouble hj = broadcast(w.h[j]), gj = broadcast(w.g[j]);
+        const vdouble hj = splat(w.h[j]), gj = splat(w.g[j]);
         for (int u = 0; u < Blocks; ++u) {
             const vdouble s = load(p + u * kLanes);
             sc[u] = sc[u] + s * hj;
@@ -144,14 +133,21 @@ void window_across(const Transform &w, ptrdiff_t t, ptrdiff_t k, bool interior) 
     }
 }
 
+// Signals in bands of kBand, each band from the first window to the last, so that the rows a
+// window reads are still in the first-level cache for the next window.
+constexpr ptrdiff_t kBand = 8 * kSignalBlocks * kLanes;
+
 void forward_across(const Transform &w, ptrdiff_t coeffs) {
-    for (ptrdiff_t k = 0; k < coeffs; ++k) {
-        const bool interior = 2 * k + w.taps <= w.n;
-        ptrdiff_t t = 0;
-        for (; t + kSignalBlocks * kLanes <= w.count; t += kSignalBlocks * kLanes)
-            window_across<kSignalBlocks>(w, t, k, interior);
-        for (; t + kLanes <= w.count; t += kLanes) window_across<1>(w, t, k, interior);
-        for (; t < w.count; ++t) interior ? window<true>(w, t, k) : window<false>(w, t, k);
+    for (ptrdiff_t band = 0; band < w.count; band += kBand) {
+        const ptrdiff_t band_end = w.count - band < kBand ? w.count : band + kBand;
+        for (ptrdiff_t k = 0; k < coeffs; ++k) {
+            const bool interior = 2 * k + w.taps <= w.n;
+            ptrdiff_t t = band;
+            for (; t + kSignalBlocks * kLanes <= band_end; t += kSignalBlocks * kLanes)
+                window_across<kSignalBlocks>(w, t, k, interior);
+            for (; t + kLanes <= band_end; t += kLanes) window_across<1>(w, t, k, interior);
+            for (; t < band_end; ++t) interior ? window<true>(w, t, k) : window<false>(w, t, k);
+        }
     }
 }
 

@@ -1,34 +1,13 @@
 // The signal-by-signal work of ehw_DWTinv on one instruction-set level: the periodic synthesis
 // and the back-substitution of end conditions 0 and 1. Each sample receives its terms in the
 // order of the definition; the kernels only choose which samples share a vector.
-#include "simd/vec.h"
-#include "wavelet/dwt_engines.h"
+#include "wavelet/dwt_lanes.h"
 
 namespace hw::HW_ISA_NS {
 namespace {
 
-using wavelet::Strides;
-using wavelet::Transform;
-
 constexpr int kBlocks = 2;        // vectors of sample pairs in flight along a signal
 constexpr int kSignalBlocks = 4;  // vectors of signals in flight across signals
-
-inline ptrdiff_t at(const Strides &s, ptrdiff_t t, ptrdiff_t i) { return s.offset + t * s.tskip + i * s.skip; }
-
-// Lanes of one sample or coefficient of kLanes signals, `stride` apart (1: one load).
-template <bool Contiguous>
-inline vdouble load_lanes(const double *p, ptrdiff_t stride) {
-    if constexpr (Contiguous) return load(p);
-    vdouble v;
-    for (int l = 0; l < kLanes; ++l) v[l] = p[l * stride];
-    return v;
-}
-
-template <bool Contiguous>
-inline void store_lanes(double *p, ptrdiff_t stride, vdouble v) {
-    if constexpr (Contiguous) return store(p, v);
-    for (int l = 0; l < kLanes; ++l) p[l * stride] = v[l];
-}
 
 // ---------------------------------------------------------------- end condition 2
 
@@ -95,12 +74,12 @@ void pairs_along(double *x, const double *c, const double *d, const double *h, c
     vdouble even[kBlocks], odd[kBlocks];
     for (int u = 0; u < kBlocks; ++u) even[u] = odd[u] = vdouble{};
     for (ptrdiff_t j = (taps - 1) & ~ptrdiff_t{1}; j >= 0; j -= 2) {
-        const vdouble hj = broadcast(h[j]), gj = broadcast(g[j]);
+        const vdouble hj = splat(h[j]), gj = splat(g[j]);
         for (int u = 0; u < kBlocks; ++u)
             even[u] = (hj * load(c - j / 2 + u * kLanes) + gj * load(d - j / 2 + u * kLanes)) + even[u];
     }
     for (ptrdiff_t j = taps % 2 == 0 ? taps - 1 : taps - 2; j >= 1; j -= 2) {
-        const vdouble hj = broadcast(h[j]), gj = broadcast(g[j]);
+        const vdouble hj = splat(h[j]), gj = splat(g[j]);
         for (int u = 0; u < kBlocks; ++u)
             odd[u] = (hj * load(c - j / 2 + u * kLanes) + gj * load(d - j / 2 + u * kLanes)) + odd[u];
     }
@@ -132,7 +111,7 @@ void sample_across(const Transform &w, ptrdiff_t t, ptrdiff_t i) {
     for (int u = 0; u < Blocks; ++u) x[u] = vdouble{};
     const double *c = w.first + at(w.c, t, 0), *d = w.second + at(w.d, t, 0);
     for_each_term(i, w.n, w.taps, [&](ptrdiff_t k, ptrdiff_t j) {
-        const vdouble hj = broadcast(w.h[j]), gj = broadcast(w.g[j]);
+        const vdouble hj = splat(w.h[j]), gj = splat(w.g[j]);
         for (int u = 0; u < Blocks; ++u)
             x[u] = (hj * load(c + k * w.c.skip + u * kLanes) + gj * load(d + k * w.d.skip + u * kLanes)) + x[u];
     });
@@ -189,41 +168,43 @@ void back_substitute_across(const Transform &w, ptrdiff_t t, ptrdiff_t k_first, 
         c[u] = w.first + at(w.c, t + u * kLanes, 0);
         d[u] = w.second + at(w.d, t + u * kLanes, 0);
     }
-    const ptrdiff_t xs = w.x.skip, xt = w.x.tskip, cs = w.c.skip, ct = w.c.tskip, ds = w.d.skip, dt = w.d.tskip;
-    const vdouble h0 = broadcast(w.h[0]), h1 = broadcast(w.h[1]), g0 = broadcast(w.g[0]), g1 = broadcast(w.g[1]);
-    const vdouble qv = broadcast(q);
+    const ptrdiff_t xs = w.x.skip, cs = w.c.skip, ds = w.d.skip;
+    // Lane strides; known to be 1 at compile time when the signals lie side by side.
+    const ptrdiff_t xt = Contiguous ? 1 : w.x.tskip, ct = Contiguous ? 1 : w.c.tskip, dt = Contiguous ? 1 : w.d.tskip;
+    const vdouble h0 = splat(w.h[0]), h1 = splat(w.h[1]), g0 = splat(w.g[0]), g1 = splat(w.g[1]);
+    const vdouble qv = splat(q);
     if (zero_end_last) {
         const ptrdiff_t last = k_first + 1;
         for (int u = 0; u < Blocks; ++u) {
-            const vdouble cl = load_lanes<Contiguous>(c[u] + last * cs, ct);
-            const vdouble dl = load_lanes<Contiguous>(d[u] + last * ds, dt);
+            const vdouble cl = load_lanes(c[u] + last * cs, ct);
+            const vdouble dl = load_lanes(d[u] + last * ds, dt);
             if (w.n % 2 == 1) {
-                store_lanes<Contiguous>(x[u] + (w.n - 1) * xs, xt, (g1 * cl - h1 * dl) * qv);
+                store_lanes(x[u] + (w.n - 1) * xs, xt, (g1 * cl - h1 * dl) * qv);
             } else {
-                store_lanes<Contiguous>(x[u] + (w.n - 2) * xs, xt, (g1 * cl - h1 * dl) * qv);
-                store_lanes<Contiguous>(x[u] + (w.n - 1) * xs, xt, (h0 * dl - g0 * cl) * qv);
+                store_lanes(x[u] + (w.n - 2) * xs, xt, (g1 * cl - h1 * dl) * qv);
+                store_lanes(x[u] + (w.n - 1) * xs, xt, (h0 * dl - g0 * cl) * qv);
             }
         }
     }
     for (ptrdiff_t k = k_first; k >= 0; --k) {
         vdouble cp[Blocks], dp[Blocks];
         for (int u = 0; u < Blocks; ++u) {
-            cp[u] = load_lanes<Contiguous>(c[u] + k * cs, ct);
-            dp[u] = load_lanes<Contiguous>(d[u] + k * ds, dt);
+            cp[u] = load_lanes(c[u] + k * cs, ct);
+            dp[u] = load_lanes(d[u] + k * ds, dt);
         }
         if (w.taps > 2 && w.n > 2 * k + 2) {
             for (ptrdiff_t j = 2; j < w.taps && 2 * k + j < w.n; ++j) {
-                const vdouble hj = broadcast(w.h[j]), gj = broadcast(w.g[j]);
+                const vdouble hj = splat(w.h[j]), gj = splat(w.g[j]);
                 for (int u = 0; u < Blocks; ++u) {
-                    const vdouble s = load_lanes<Contiguous>(x[u] + (2 * k + j) * xs, xt);
+                    const vdouble s = load_lanes(x[u] + (2 * k + j) * xs, xt);
                     cp[u] = cp[u] - s * hj;
                     dp[u] = dp[u] - s * gj;
                 }
             }
         }
         for (int u = 0; u < Blocks; ++u) {
-            store_lanes<Contiguous>(x[u] + 2 * k * xs, xt, (cp[u] * g1 - dp[u] * h1) * qv);
-            store_lanes<Contiguous>(x[u] + (2 * k + 1) * xs, xt, (dp[u] * h0 - cp[u] * g0) * qv);
+            store_lanes(x[u] + 2 * k * xs, xt, (cp[u] * g1 - dp[u] * h1) * qv);
+            store_lanes(x[u] + (2 * k + 1) * xs, xt, (dp[u] * h0 - cp[u] * g0) * qv);
         }
     }
 }
@@ -231,8 +212,9 @@ void back_substitute_across(const Transform &w, ptrdiff_t t, ptrdiff_t k_first, 
 template <bool Contiguous>
 ptrdiff_t back_substitute_groups(const Transform &w, ptrdiff_t t, ptrdiff_t t_end, ptrdiff_t k_first,
                                  bool zero_end_last, double q) {
-    for (; t + kSignalBlocks * kLanes <= t_end; t += kSignalBlocks * kLanes)
-        back_substitute_across<kSignalBlocks, Contiguous>(w, t, k_first, zero_end_last, q);
+    constexpr int blocks = Contiguous ? kSignalBlocks : 1;
+    for (; t + blocks * kLanes <= t_end; t += blocks * kLanes)
+        back_substitute_across<blocks, Contiguous>(w, t, k_first, zero_end_last, q);
     for (; t + kLanes <= t_end; t += kLanes) back_substitute_across<1, Contiguous>(w, t, k_first, zero_end_last, q);
     return t;
 }
