@@ -129,8 +129,11 @@ void synthesis_across(const Transform &w) {
 
 // ---------------------------------------------------------------- end conditions 0 and 1
 
-// One signal in the defined order, samples read back from memory.
-void back_substitute_signal(const Transform &w, ptrdiff_t t, ptrdiff_t k_first, bool zero_end_last, double q) {
+// One signal in the defined order. With `registers` (nothing else shares the samples' memory)
+// the two samples just solved are taken from registers rather than read back, which takes the
+// store-to-load delay out of the chain that runs from each window to the next.
+void back_substitute_signal(const Transform &w, ptrdiff_t t, ptrdiff_t k_first, bool zero_end_last, double q,
+                            bool registers) {
     auto x = [&](ptrdiff_t i) -> double & { return w.samples[at(w.x, t, i)]; };
     auto c = [&](ptrdiff_t k) { return w.first[at(w.c, t, k)]; };
     auto d = [&](ptrdiff_t k) { return w.second[at(w.d, t, k)]; };
@@ -145,16 +148,19 @@ void back_substitute_signal(const Transform &w, ptrdiff_t t, ptrdiff_t k_first, 
         }
     }
     // Window k: remove the samples already rebuilt to its right, then solve taps 0 and 1.
+    double right_even = 2 * k_first + 2 < w.n ? x(2 * k_first + 2) : 0.0;
+    double right_odd = 2 * k_first + 3 < w.n ? x(2 * k_first + 3) : 0.0;
     for (ptrdiff_t k = k_first; k >= 0; --k) {
         double cp = c(k), dp = d(k);
         if (w.taps > 2 && w.n > 2 * k + 2) {
             for (ptrdiff_t j = 2; j < w.taps && 2 * k + j < w.n; ++j) {
-                cp = cp - x(2 * k + j) * h[j];
-                dp = dp - x(2 * k + j) * g[j];
+                const double s = !registers || j > 3 ? x(2 * k + j) : j == 2 ? right_even : right_odd;
+                cp = cp - s * h[j];
+                dp = dp - s * g[j];
             }
         }
-        x(2 * k) = (cp * g[1] - dp * h[1]) * q;
-        x(2 * k + 1) = (dp * h[0] - cp * g[0]) * q;
+        right_even = x(2 * k) = (cp * g[1] - dp * h[1]) * q;
+        right_odd = x(2 * k + 1) = (dp * h[0] - cp * g[0]) * q;
     }
 }
 
@@ -237,7 +243,7 @@ void dwt_back_substitution(const Transform &w, ptrdiff_t t_begin, ptrdiff_t t_en
         t = contiguous ? back_substitute_groups<true>(w, t, t_end, k_first, zero_end_last, q)
                        : back_substitute_groups<false>(w, t, t_end, k_first, zero_end_last, q);
     }
-    for (; t < t_end; ++t) back_substitute_signal(w, t, k_first, zero_end_last, q);
+    for (; t < t_end; ++t) back_substitute_signal(w, t, k_first, zero_end_last, q, any_order);
 }
 
 }  // namespace hw::HW_ISA_NS
