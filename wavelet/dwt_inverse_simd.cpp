@@ -74,12 +74,12 @@ void pairs_along(double *x, const double *c, const double *d, const double *h, c
     vdouble even[kBlocks], odd[kBlocks];
     for (int u = 0; u < kBlocks; ++u) even[u] = odd[u] = vdouble{};
     for (ptrdiff_t j = (taps - 1) & ~ptrdiff_t{1}; j >= 0; j -= 2) {
-        const vdouble hj = splat(h[j]), gj = splat(g[j]);
+        const vdouble hj = broadcast(h[j]), gj = broadcast(g[j]);
         for (int u = 0; u < kBlocks; ++u)
             even[u] = (hj * load(c - j / 2 + u * kLanes) + gj * load(d - j / 2 + u * kLanes)) + even[u];
     }
     for (ptrdiff_t j = taps % 2 == 0 ? taps - 1 : taps - 2; j >= 1; j -= 2) {
-        const vdouble hj = splat(h[j]), gj = splat(g[j]);
+        const vdouble hj = broadcast(h[j]), gj = broadcast(g[j]);
         for (int u = 0; u < kBlocks; ++u)
             odd[u] = (hj * load(c - j / 2 + u * kLanes) + gj * load(d - j / 2 + u * kLanes)) + odd[u];
     }
@@ -111,7 +111,7 @@ void sample_across(const Transform &w, ptrdiff_t t, ptrdiff_t i) {
     for (int u = 0; u < Blocks; ++u) x[u] = vdouble{};
     const double *c = w.first + at(w.c, t, 0), *d = w.second + at(w.d, t, 0);
     for_each_term(i, w.n, w.taps, [&](ptrdiff_t k, ptrdiff_t j) {
-        const vdouble hj = splat(w.h[j]), gj = splat(w.g[j]);
+        const vdouble hj = broadcast(w.h[j]), gj = broadcast(w.g[j]);
         for (int u = 0; u < Blocks; ++u)
             x[u] = (hj * load(c + k * w.c.skip + u * kLanes) + gj * load(d + k * w.d.skip + u * kLanes)) + x[u];
     });
@@ -177,8 +177,8 @@ void back_substitute_across(const Transform &w, ptrdiff_t t, ptrdiff_t k_first, 
     const ptrdiff_t xs = w.x.skip, cs = w.c.skip, ds = w.d.skip;
     // Lane strides; known to be 1 at compile time when the signals lie side by side.
     const ptrdiff_t xt = Contiguous ? 1 : w.x.tskip, ct = Contiguous ? 1 : w.c.tskip, dt = Contiguous ? 1 : w.d.tskip;
-    const vdouble h0 = splat(w.h[0]), h1 = splat(w.h[1]), g0 = splat(w.g[0]), g1 = splat(w.g[1]);
-    const vdouble qv = splat(q);
+    const vdouble h0 = broadcast(w.h[0]), h1 = broadcast(w.h[1]), g0 = broadcast(w.g[0]), g1 = broadcast(w.g[1]);
+    const vdouble qv = broadcast(q);
     if (zero_end_last) {
         const ptrdiff_t last = k_first + 1;
         for (int u = 0; u < Blocks; ++u) {
@@ -200,7 +200,7 @@ void back_substitute_across(const Transform &w, ptrdiff_t t, ptrdiff_t k_first, 
         }
         if (w.taps > 2 && w.n > 2 * k + 2) {
             for (ptrdiff_t j = 2; j < w.taps && 2 * k + j < w.n; ++j) {
-                const vdouble hj = splat(w.h[j]), gj = splat(w.g[j]);
+                const vdouble hj = broadcast(w.h[j]), gj = broadcast(w.g[j]);
                 for (int u = 0; u < Blocks; ++u) {
                     const vdouble s = load_lanes(x[u] + (2 * k + j) * xs, xt);
                     cp[u] = cp[u] - s * hj;

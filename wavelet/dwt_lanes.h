@@ -12,14 +12,6 @@ using wavelet::Transform;
 
 inline ptrdiff_t at(const Strides &s, ptrdiff_t t, ptrdiff_t i) { return s.offset + t * s.tskip + i * s.skip; }
 
-// x in every lane, bit for bit: broadcast() of simd/vec.h adds it to 0.0, which turns -0.0
-// into +0.0, and a tap or coefficient of -0.0 must keep its sign.
-inline vdouble splat(double x) {
-    vdouble v;
-    for (int l = 0; l < kLanes; ++l) v[l] = x;
-    return v;
-}
-
 // Lanes of one sample or coefficient of kLanes signals, `stride` apart (1: one access).
 inline vdouble load_lanes(const double *p, ptrdiff_t stride) {
     if (stride == 1) return load(p);
