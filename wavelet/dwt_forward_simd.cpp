@@ -19,27 +19,6 @@ inline ptrdiff_t extended_index(ptrdiff_t i, ptrdiff_t n, int32_t end_flag) {
     return -1;
 }
 
-// Lanes 0, 2, 4, ... and 1, 3, 5, ... of the pair (a, b).
-inline vdouble evens(vdouble a, vdouble b) {
-#if HW_VEC_DOUBLES == 2
-    return __builtin_shufflevector(a, b, 0, 2);
-#elif HW_VEC_DOUBLES == 4
-    return __builtin_shufflevector(a, b, 0, 2, 4, 6);
-#else
-    return __builtin_shufflevector(a, b, 0, 2, 4, 6, 8, 10, 12, 14);
-#endif
-}
-
-inline vdouble odds(vdouble a, vdouble b) {
-#if HW_VEC_DOUBLES == 2
-    return __builtin_shufflevector(a, b, 1, 3);
-#elif HW_VEC_DOUBLES == 4
-    return __builtin_shufflevector(a, b, 1, 3, 5, 7);
-#else
-    return __builtin_shufflevector(a, b, 1, 3, 5, 7, 9, 11, 13, 15);
-#endif
-}
-
 // Window k of signal t in the defined order, the partial sums kept in the outputs themselves:
 // the path for layouts where outputs may share elements with each other or with the samples.
 template <bool Interior>
@@ -71,7 +50,7 @@ void windows_along(const double *x, const double *h, const double *g, ptrdiff_t 
         for (int u = 0; u < kBlocks; ++u) {
             const double *p = x + 2 * u * kLanes + j;
             const vdouble a = load(p), b = load(p + kLanes);
-            const vdouble even = evens(a, b), odd = odds(a, b);
+            const vdouble even = from_pair<even_lane>(a, b), odd = from_pair<odd_lane>(a, b);
             sc[u] = sc[u] + even * h0;
             sd[u] = sd[u] + even * g0;
             sc[u] = sc[u] + odd * h1;
@@ -82,7 +61,7 @@ void windows_along(const double *x, const double *h, const double *g, ptrdiff_t 
         const vdouble h0 = broadcast(h[j]), g0 = broadcast(g[j]);
         for (int u = 0; u < kBlocks; ++u) {
             const double *p = x + 2 * u * kLanes + j;
-            const vdouble even = evens(load(p), load(p + kLanes));
+            const vdouble even = from_pair<even_lane>(load(p), load(p + kLanes));
             sc[u] = sc[u] + even * h0;
             sd[u] = sd[u] + even * g0;
         }

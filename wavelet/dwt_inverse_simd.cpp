@@ -45,27 +45,6 @@ double sample_from_terms(const Transform &w, ptrdiff_t t, ptrdiff_t i) {
     return x;
 }
 
-// (e0, o0, e1, o1, ...): the first and second halves of the even and odd samples interleaved.
-inline vdouble interleave_low(vdouble e, vdouble o) {
-#if HW_VEC_DOUBLES == 2
-    return __builtin_shufflevector(e, o, 0, 2);
-#elif HW_VEC_DOUBLES == 4
-    return __builtin_shufflevector(e, o, 0, 4, 1, 5);
-#else
-    return __builtin_shufflevector(e, o, 0, 8, 1, 9, 2, 10, 3, 11);
-#endif
-}
-
-inline vdouble interleave_high(vdouble e, vdouble o) {
-#if HW_VEC_DOUBLES == 2
-    return __builtin_shufflevector(e, o, 1, 3);
-#elif HW_VEC_DOUBLES == 4
-    return __builtin_shufflevector(e, o, 2, 6, 3, 7);
-#else
-    return __builtin_shufflevector(e, o, 4, 12, 5, 13, 6, 14, 7, 15);
-#endif
-}
-
 // Samples 2m .. 2m + 2 * kBlocks * kLanes - 1 of one contiguous signal, none of whose terms
 // wraps: (taps - 1) / 2 <= m and m + kBlocks * kLanes <= n / 2. Lane l of the even vector is
 // sample 2(m + l), which takes the even taps from the largest down (windows ascending); the odd
@@ -84,8 +63,8 @@ void pairs_along(double *x, const double *c, const double *d, const double *h, c
             odd[u] = (hj * load(c - j / 2 + u * kLanes) + gj * load(d - j / 2 + u * kLanes)) + odd[u];
     }
     for (int u = 0; u < kBlocks; ++u) {
-        store(x + 2 * u * kLanes, interleave_low(even[u], odd[u]));
-        store(x + 2 * u * kLanes + kLanes, interleave_high(even[u], odd[u]));
+        store(x + 2 * u * kLanes, from_pair<low_interleaved>(even[u], odd[u]));
+        store(x + 2 * u * kLanes + kLanes, from_pair<high_interleaved>(even[u], odd[u]));
     }
 }
 
