@@ -8,6 +8,7 @@ namespace {
 
 constexpr int kBlocks = 2;        // vectors of sample pairs in flight along a signal
 constexpr int kSignalBlocks = 4;  // vectors of signals in flight across signals
+constexpr int kChains = 4;        // signals solved side by side in scalar registers
 
 // ---------------------------------------------------------------- end condition 2
 
@@ -108,43 +109,60 @@ void synthesis_across(const Transform &w) {
 
 // ---------------------------------------------------------------- end conditions 0 and 1
 
-// One signal in the defined order. With `registers` (nothing else shares the samples' memory)
+// Signals t .. t + Signals - 1 in the defined order, side by side in scalar registers so that
+// their chains overlap (Signals > 1 only when nothing shares memory). With `registers` (likewise)
 // the two samples just solved are taken from registers rather than read back, which takes the
 // store-to-load delay out of the chain that runs from each window to the next.
-void back_substitute_signal(const Transform &w, ptrdiff_t t, ptrdiff_t k_first, bool zero_end_last, double q,
-                            bool registers) {
-    auto x = [&](ptrdiff_t i) -> double & { return w.samples[at(w.x, t, i)]; };
-    auto c = [&](ptrdiff_t k) { return w.first[at(w.c, t, k)]; };
-    auto d = [&](ptrdiff_t k) { return w.second[at(w.d, t, k)]; };
+template <int Signals>
+void back_substitute_signals(const Transform &w, ptrdiff_t t, ptrdiff_t k_first, bool zero_end_last, double q,
+                             bool registers) {
+    double *x[Signals];
+    const double *c[Signals], *d[Signals];
+    for (int s = 0; s < Signals; ++s) {
+        x[s] = w.samples + at(w.x, t + s, 0);
+        c[s] = w.first + at(w.c, t + s, 0);
+        d[s] = w.second + at(w.d, t + s, 0);
+    }
+    const ptrdiff_t xs = w.x.skip, cs = w.c.skip, ds = w.d.skip;
     const double *h = w.h, *g = w.g;
     if (zero_end_last) {
         const ptrdiff_t last = k_first + 1;
-        if (w.n % 2 == 1) {
-            x(w.n - 1) = (g[1] * c(last) - h[1] * d(last)) * q;
-        } else {
-            x(w.n - 2) = (g[1] * c(last) - h[1] * d(last)) * q;
-            x(w.n - 1) = (h[0] * d(last) - g[0] * c(last)) * q;
-        }
-    }
-    // Window k: remove the samples already rebuilt to its right, then solve taps 0 and 1.
-    double right_even = 2 * k_first + 2 < w.n ? x(2 * k_first + 2) : 0.0;
-    double right_odd = 2 * k_first + 3 < w.n ? x(2 * k_first + 3) : 0.0;
-    for (ptrdiff_t k = k_first; k >= 0; --k) {
-        double cp = c(k), dp = d(k);
-        if (w.taps > 2 && w.n > 2 * k + 2) {
-            for (ptrdiff_t j = 2; j < w.taps && 2 * k + j < w.n; ++j) {
-                const double s = !registers || j > 3 ? x(2 * k + j) : j == 2 ? right_even : right_odd;
-                cp = cp - s * h[j];
-                dp = dp - s * g[j];
+        for (int s = 0; s < Signals; ++s) {
+            if (w.n % 2 == 1) {
+                x[s][(w.n - 1) * xs] = (g[1] * c[s][last * cs] - h[1] * d[s][last * ds]) * q;
+            } else {
+                x[s][(w.n - 2) * xs] = (g[1] * c[s][last * cs] - h[1] * d[s][last * ds]) * q;
+                x[s][(w.n - 1) * xs] = (h[0] * d[s][last * ds] - g[0] * c[s][last * cs]) * q;
             }
         }
-        right_even = x(2 * k) = (cp * g[1] - dp * h[1]) * q;
-        right_odd = x(2 * k + 1) = (dp * h[0] - cp * g[0]) * q;
+    }
+    double right_even[Signals], right_odd[Signals];
+    for (int s = 0; s < Signals; ++s) {
+        right_even[s] = 2 * k_first + 2 < w.n ? x[s][(2 * k_first + 2) * xs] : 0.0;
+        right_odd[s] = 2 * k_first + 3 < w.n ? x[s][(2 * k_first + 3) * xs] : 0.0;
+    }
+    // Window k: remove the samples already rebuilt to its right, then solve taps 0 and 1.
+    for (ptrdiff_t k = k_first; k >= 0; --k) {
+        double cp[Signals], dp[Signals];
+        for (int s = 0; s < Signals; ++s) cp[s] = c[s][k * cs], dp[s] = d[s][k * ds];
+        if (w.taps > 2 && w.n > 2 * k + 2) {
+            for (ptrdiff_t j = 2; j < w.taps && 2 * k + j < w.n; ++j)
+                for (int s = 0; s < Signals; ++s) {
+                    const double v = !registers || j > 3 ? x[s][(2 * k + j) * xs] : j == 2 ? right_even[s] : right_odd[s];
+                    cp[s] = cp[s] - v * h[j];
+                    dp[s] = dp[s] - v * g[j];
+                }
+        }
+        for (int s = 0; s < Signals; ++s) {
+            right_even[s] = x[s][2 * k * xs] = (cp[s] * g[1] - dp[s] * h[1]) * q;
+            right_odd[s] = x[s][(2 * k + 1) * xs] = (dp[s] * h[0] - cp[s] * g[0]) * q;
+        }
     }
 }
 
-// The same for signals t .. t + Blocks * kLanes - 1, one signal per lane.
-template <int Blocks, bool Contiguous>
+// The same for signals t .. t + Blocks * kLanes - 1 lying side by side (transform skip 1 for
+// samples and coefficients), one signal per lane.
+template <int Blocks>
 void back_substitute_across(const Transform &w, ptrdiff_t t, ptrdiff_t k_first, bool zero_end_last, double q) {
     double *x[Blocks];
     const double *c[Blocks], *d[Blocks];
@@ -154,53 +172,54 @@ void back_substitute_across(const Transform &w, ptrdiff_t t, ptrdiff_t k_first, 
         d[u] = w.second + at(w.d, t + u * kLanes, 0);
     }
     const ptrdiff_t xs = w.x.skip, cs = w.c.skip, ds = w.d.skip;
-    // Lane strides; known to be 1 at compile time when the signals lie side by side.
-    const ptrdiff_t xt = Contiguous ? 1 : w.x.tskip, ct = Contiguous ? 1 : w.c.tskip, dt = Contiguous ? 1 : w.d.tskip;
     const vdouble h0 = broadcast(w.h[0]), h1 = broadcast(w.h[1]), g0 = broadcast(w.g[0]), g1 = broadcast(w.g[1]);
     const vdouble qv = broadcast(q);
     if (zero_end_last) {
         const ptrdiff_t last = k_first + 1;
         for (int u = 0; u < Blocks; ++u) {
-            const vdouble cl = load_lanes(c[u] + last * cs, ct);
-            const vdouble dl = load_lanes(d[u] + last * ds, dt);
+            const vdouble cl = load(c[u] + last * cs);
+            const vdouble dl = load(d[u] + last * ds);
             if (w.n % 2 == 1) {
-                store_lanes(x[u] + (w.n - 1) * xs, xt, (g1 * cl - h1 * dl) * qv);
+                store(x[u] + (w.n - 1) * xs, (g1 * cl - h1 * dl) * qv);
             } else {
-                store_lanes(x[u] + (w.n - 2) * xs, xt, (g1 * cl - h1 * dl) * qv);
-                store_lanes(x[u] + (w.n - 1) * xs, xt, (h0 * dl - g0 * cl) * qv);
+                store(x[u] + (w.n - 2) * xs, (g1 * cl - h1 * dl) * qv);
+                store(x[u] + (w.n - 1) * xs, (h0 * dl - g0 * cl) * qv);
             }
         }
     }
     for (ptrdiff_t k = k_first; k >= 0; --k) {
         vdouble cp[Blocks], dp[Blocks];
         for (int u = 0; u < Blocks; ++u) {
-            cp[u] = load_lanes(c[u] + k * cs, ct);
-            dp[u] = load_lanes(d[u] + k * ds, dt);
+            cp[u] = load(c[u] + k * cs);
+            dp[u] = load(d[u] + k * ds);
         }
         if (w.taps > 2 && w.n > 2 * k + 2) {
             for (ptrdiff_t j = 2; j < w.taps && 2 * k + j < w.n; ++j) {
                 const vdouble hj = broadcast(w.h[j]), gj = broadcast(w.g[j]);
                 for (int u = 0; u < Blocks; ++u) {
-                    const vdouble s = load_lanes(x[u] + (2 * k + j) * xs, xt);
+                    const vdouble s = load(x[u] + (2 * k + j) * xs);
                     cp[u] = cp[u] - s * hj;
                     dp[u] = dp[u] - s * gj;
                 }
             }
         }
         for (int u = 0; u < Blocks; ++u) {
-            store_lanes(x[u] + 2 * k * xs, xt, (cp[u] * g1 - dp[u] * h1) * qv);
-            store_lanes(x[u] + (2 * k + 1) * xs, xt, (dp[u] * h0 - cp[u] * g0) * qv);
+            store(x[u] + 2 * k * xs, (cp[u] * g1 - dp[u] * h1) * qv);
+            store(x[u] + (2 * k + 1) * xs, (dp[u] * h0 - cp[u] * g0) * qv);
         }
     }
 }
 
-template <bool Contiguous>
+// Signals t .. t_end - 1 as far as whole groups go; returns the first signal left over.
 ptrdiff_t back_substitute_groups(const Transform &w, ptrdiff_t t, ptrdiff_t t_end, ptrdiff_t k_first,
                                  bool zero_end_last, double q) {
-    constexpr int blocks = Contiguous ? kSignalBlocks : 1;
-    for (; t + blocks * kLanes <= t_end; t += blocks * kLanes)
-        back_substitute_across<blocks, Contiguous>(w, t, k_first, zero_end_last, q);
-    for (; t + kLanes <= t_end; t += kLanes) back_substitute_across<1, Contiguous>(w, t, k_first, zero_end_last, q);
+    if (w.x.tskip == 1 && w.c.tskip == 1 && w.d.tskip == 1) {
+        for (; t + kSignalBlocks * kLanes <= t_end; t += kSignalBlocks * kLanes)
+            back_substitute_across<kSignalBlocks>(w, t, k_first, zero_end_last, q);
+        for (; t + kLanes <= t_end; t += kLanes) back_substitute_across<1>(w, t, k_first, zero_end_last, q);
+    } else {
+        for (; t + kChains <= t_end; t += kChains) back_substitute_signals<kChains>(w, t, k_first, zero_end_last, q, true);
+    }
     return t;
 }
 
@@ -217,12 +236,8 @@ void dwt_periodic_synthesis(const Transform &w) {
 void dwt_back_substitution(const Transform &w, ptrdiff_t t_begin, ptrdiff_t t_end, ptrdiff_t k_first,
                            bool zero_end_last, bool any_order, double q) {
     ptrdiff_t t = t_begin;
-    if (any_order) {
-        const bool contiguous = w.x.tskip == 1 && w.c.tskip == 1 && w.d.tskip == 1;
-        t = contiguous ? back_substitute_groups<true>(w, t, t_end, k_first, zero_end_last, q)
-                       : back_substitute_groups<false>(w, t, t_end, k_first, zero_end_last, q);
-    }
-    for (; t < t_end; ++t) back_substitute_signal(w, t, k_first, zero_end_last, q, any_order);
+    if (any_order) t = back_substitute_groups(w, t, t_end, k_first, zero_end_last, q);
+    for (; t < t_end; ++t) back_substitute_signals<1>(w, t, k_first, zero_end_last, q, any_order);
 }
 
 }  // namespace hw::HW_ISA_NS

@@ -31,14 +31,7 @@ constexpr int odd_lane(int l) { return 2 * l + 1; }
 constexpr int low_interleaved(int l) { return l % 2 * kLanes + l / 2; }
 constexpr int high_interleaved(int l) { return l % 2 * kLanes + kLanes / 2 + l / 2; }
 
-// Lanes of one sample or coefficient of kLanes signals, `stride` apart (1: one access).
-inline vdouble load_lanes(const double *p, ptrdiff_t stride) {
-    if (stride == 1) return load(p);
-    vdouble v;
-    for (int l = 0; l < kLanes; ++l) v[l] = p[l * stride];
-    return v;
-}
-
+// Lane l to p[l * stride] (stride 1: one store).
 inline void store_lanes(double *p, ptrdiff_t stride, vdouble v) {
     if (stride == 1) return store(p, v);
     for (int l = 0; l < kLanes; ++l) p[l * stride] = v[l];
