@@ -98,12 +98,18 @@ void sample_across(const Transform &w, ptrdiff_t t, ptrdiff_t i) {
     for (int u = 0; u < Blocks; ++u) store(w.samples + at(w.x, t + u * kLanes, i), x[u]);
 }
 
+// Signals in bands, each band from the first sample to the last, so that the coefficient rows
+// a sample reads are still in the first-level cache for the samples after it.
 void synthesis_across(const Transform &w) {
-    for (ptrdiff_t i = 0; i < w.n; ++i) {
-        ptrdiff_t t = 0;
-        for (; t + kSignalBlocks * kLanes <= w.count; t += kSignalBlocks * kLanes) sample_across<kSignalBlocks>(w, t, i);
-        for (; t + kLanes <= w.count; t += kLanes) sample_across<1>(w, t, i);
-        for (; t < w.count; ++t) w.samples[at(w.x, t, i)] = sample_from_terms(w, t, i);
+    constexpr ptrdiff_t band = 8 * kSignalBlocks * kLanes;
+    for (ptrdiff_t t0 = 0; t0 < w.count; t0 += band) {
+        const ptrdiff_t t1 = w.count - t0 < band ? w.count : t0 + band;
+        for (ptrdiff_t i = 0; i < w.n; ++i) {
+            ptrdiff_t t = t0;
+            for (; t + kSignalBlocks * kLanes <= t1; t += kSignalBlocks * kLanes) sample_across<kSignalBlocks>(w, t, i);
+            for (; t + kLanes <= t1; t += kLanes) sample_across<1>(w, t, i);
+            for (; t < t1; ++t) w.samples[at(w.x, t, i)] = sample_from_terms(w, t, i);
+        }
     }
 }
 
