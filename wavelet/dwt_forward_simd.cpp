@@ -19,35 +19,43 @@ inline ptrdiff_t extended_index(ptrdiff_t i, ptrdiff_t n, int32_t end_flag) {
     return -1;
 }
 
-// Window k of signal t in the defined order, the partial sums kept in the outputs themselves:
-// the path for layouts where outputs may share elements with each other or with the samples.
-template <bool Interior>
+// Window k of signal t in the defined order. InPlace keeps the partial sums in the outputs
+// themselves: the path for layouts where outputs may share elements with each other or with
+// the samples. Otherwise they stay in registers until the end.
+template <bool Interior, bool InPlace = false>
 void window(const Transform &w, ptrdiff_t t, ptrdiff_t k) {
     const double *x = w.samples + at(w.x, t, 0);
     double *c = w.first + at(w.c, t, k);
     double *d = w.second + at(w.d, t, k);
-    *c = 0.0;
-    *d = 0.0;
+    double sc = 0.0, sd = 0.0;
+    if (InPlace) *c = 0.0, *d = 0.0;
     for (ptrdiff_t j = 0; j < w.taps; ++j) {
         const ptrdiff_t i = Interior ? 2 * k + j : extended_index(2 * k + j, w.n, w.end_flag);
         if (i < 0) continue;
         const double s = x[i * w.x.skip];
-        *c = *c + s * w.h[j];
-        *d = *d + s * w.g[j];
+        if (InPlace) {
+            *c = *c + s * w.h[j];
+            *d = *d + s * w.g[j];
+        } else {
+            sc = sc + s * w.h[j];
+            sd = sd + s * w.g[j];
+        }
     }
+    if (!InPlace) *c = sc, *d = sd;
 }
 
-// kBlocks * kLanes neighbouring windows of one signal with contiguous samples; x is sample 2k
+// Blocks * kLanes neighbouring windows of one signal with contiguous samples; x is sample 2k
 // of the first, c and d its outputs. Lane l of a vector is window k + l: tap j reads the even
 // or odd lanes of the samples from 2k + j on. Reads up to x[2 * (windows - 1) + taps + taps % 2 - 1].
+template <int Blocks>
 void windows_along(const double *x, const double *h, const double *g, ptrdiff_t taps, double *c, ptrdiff_t cskip,
                    double *d, ptrdiff_t dskip) {
-    vdouble sc[kBlocks], sd[kBlocks];
-    for (int u = 0; u < kBlocks; ++u) sc[u] = sd[u] = vdouble{};
+    vdouble sc[Blocks], sd[Blocks];
+    for (int u = 0; u < Blocks; ++u) sc[u] = sd[u] = vdouble{};
     ptrdiff_t j = 0;
     for (; j + 1 < taps; j += 2) {
         const vdouble h0 = broadcast(h[j]), g0 = broadcast(g[j]), h1 = broadcast(h[j + 1]), g1 = broadcast(g[j + 1]);
-        for (int u = 0; u < kBlocks; ++u) {
+        for (int u = 0; u < Blocks; ++u) {
             const double *p = x + 2 * u * kLanes + j;
             const vdouble a = load(p), b = load(p + kLanes);
             const vdouble even = from_pair<even_lane>(a, b), odd = from_pair<odd_lane>(a, b);
@@ -59,14 +67,14 @@ void windows_along(const double *x, const double *h, const double *g, ptrdiff_t 
     }
     if (j < taps) {
         const vdouble h0 = broadcast(h[j]), g0 = broadcast(g[j]);
-        for (int u = 0; u < kBlocks; ++u) {
+        for (int u = 0; u < Blocks; ++u) {
             const double *p = x + 2 * u * kLanes + j;
             const vdouble even = from_pair<even_lane>(load(p), load(p + kLanes));
             sc[u] = sc[u] + even * h0;
             sd[u] = sd[u] + even * g0;
         }
     }
-    for (int u = 0; u < kBlocks; ++u) {
+    for (int u = 0; u < Blocks; ++u) {
         store_lanes(c + u * kLanes * cskip, cskip, sc[u]);
         store_lanes(d + u * kLanes * dskip, dskip, sd[u]);
     }
@@ -81,8 +89,11 @@ void forward_along(const Transform &w, ptrdiff_t coeffs, ptrdiff_t interior) {
         const double *x = w.samples + at(w.x, t, 0);
         ptrdiff_t k = 0;
         for (; k + step <= safe; k += step)
-            windows_along(x + 2 * k, w.h, w.g, w.taps, w.first + at(w.c, t, k), w.c.skip, w.second + at(w.d, t, k),
-                          w.d.skip);
+            windows_along<kBlocks>(x + 2 * k, w.h, w.g, w.taps, w.first + at(w.c, t, k), w.c.skip,
+                                   w.second + at(w.d, t, k), w.d.skip);
+        for (; k + kLanes <= safe; k += kLanes)
+            windows_along<1>(x + 2 * k, w.h, w.g, w.taps, w.first + at(w.c, t, k), w.c.skip, w.second + at(w.d, t, k),
+                             w.d.skip);
         for (; k < interior; ++k) window<true>(w, t, k);
         for (; k < coeffs; ++k) window<false>(w, t, k);
     }
@@ -157,14 +168,14 @@ int32_t dwt_forward(const Transform &w) {
     // Signals outer when the data skip is at most the transform skip, windows outer otherwise.
     if (w.x.skip <= w.x.tskip) {
         for (ptrdiff_t t = 0; t < w.count; ++t) {
-            for (ptrdiff_t k = 0; k < interior; ++k) window<true>(w, t, k);
-            for (ptrdiff_t k = interior; k < coeffs; ++k) window<false>(w, t, k);
+            for (ptrdiff_t k = 0; k < interior; ++k) window<true, true>(w, t, k);
+            for (ptrdiff_t k = interior; k < coeffs; ++k) window<false, true>(w, t, k);
         }
     } else {
         for (ptrdiff_t k = 0; k < interior; ++k)
-            for (ptrdiff_t t = 0; t < w.count; ++t) window<true>(w, t, k);
+            for (ptrdiff_t t = 0; t < w.count; ++t) window<true, true>(w, t, k);
         for (ptrdiff_t k = interior; k < coeffs; ++k)
-            for (ptrdiff_t t = 0; t < w.count; ++t) window<false>(w, t, k);
+            for (ptrdiff_t t = 0; t < w.count; ++t) window<false, true>(w, t, k);
     }
     return 0;
 }
