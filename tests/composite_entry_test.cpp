@@ -6,6 +6,7 @@
 
 namespace {
 
+using namespace hwtest;
 using refhost::Host;
 
 // Largest prime factor by plain trial division.
@@ -83,61 +84,34 @@ TEST(CompositeEntry, AgreesWithBruteForceOnRandomRanges) {
     }
 }
 
-TEST(CompositeEntry, HandsBackResultsInOrder) {
-    Host h;
-    run(h, 1025, 50);
-    const std::vector<std::string> tail(h.log.end() - 3, h.log.end());
-    EXPECT_EQ(tail, (std::vector<std::string>{"host_from_int32", "host_assign", "host_from_int32"}));
-}
-
 TEST(CompositeEntry, RefusesBadArgumentsInOrder) {
-    struct Case {
-        const char *what;
-        std::vector<HostValue> (*args)(Host &);
-        const char *message;
-    };
-    const Case cases[] = {
-        {"two arguments", [](Host &h) { return std::vector<HostValue>{h.integer(5), h.integer(2)}; },
-         "incorrect number of arguments"},
-        {"float start", [](Host &h) { return std::vector<HostValue>{h.floating(5.0), h.floating(1.5), h.integer(1)}; },
-         "argument #1, the start number, must be a positive integer"},
-        {"float padding", [](Host &h) { return std::vector<HostValue>{h.integer(-5), h.floating(1.5), h.integer(1)}; },
-         "argument #2, the maximum padding, must be a nonnegative integer"},
-        {"no name", [](Host &h) { return std::vector<HostValue>{h.integer(-5), h.integer(-1), h.integer(1)}; },
-         "argument #3, the output maximum prime, must be a name"},
-        {"huge padding", [](Host &h) { return std::vector<HostValue>{h.integer(-5), h.big_integer(1LL << 31), h.name("p")}; },
-         "argument #2, the maximum padding, cannot exceed 2^31-1"},
-        {"negative padding", [](Host &h) { return std::vector<HostValue>{h.integer(-5), h.integer(-1), h.name("p")}; },
-         "argument #2, the maximum padding, must be a nonnegative integer"},
-        {"huge negative padding", [](Host &h) { return std::vector<HostValue>{h.integer(5), h.big_integer(-(1LL << 40)), h.name("p")}; },
-         "argument #2, the maximum padding, must be a nonnegative integer"},
-        {"huge start", [](Host &h) { return std::vector<HostValue>{h.big_integer(1LL << 31), h.integer(0), h.name("p")}; },
-         "argument #1, the start number, cannot exceed 2^31-1"},
-        {"huge immediate start", [](Host &h) { return std::vector<HostValue>{Host::immediate(1LL << 33), h.integer(0), h.name("p")}; },
-         "argument #1, the start number, cannot exceed 2^31-1"},
-        {"zero start", [](Host &h) { return std::vector<HostValue>{h.integer(0), h.integer(0), h.name("p")}; },
-         "argument #1, the start number, must be a positive integer"},
-    };
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.what);
-        Host h;
-        const HostValue name = h.name("p");
-        const refhost::CallResult r = h.call(hwtest::entry("Composite"), c.args(h));
-        EXPECT_FALSE(r.ok);
-        EXPECT_EQ(r.error, c.message);
-        EXPECT_FALSE(h.is_assigned(name));
-    }
+    const std::string start = "argument #1, the start number, ", padding = "argument #2, the maximum padding, ";
+    expect_refusals("Composite", {
+        {{I(5), I(2)}, "incorrect number of arguments"},
+        {{F(), F(), I(1)}, start + "must be a positive integer"},
+        {{I(-5), F(), I(1)}, padding + "must be a nonnegative integer"},
+        {{I(-5), I(-1), I(1)}, "argument #3, the output maximum prime, must be a name"},
+        {{I(-5), I(1LL << 31), N()}, padding + "cannot exceed 2^31-1"},
+        {{I(-5), I(-1), N()}, padding + "must be a nonnegative integer"},
+        {{I(5), I(-(1LL << 40)), N()}, padding + "must be a nonnegative integer"},
+        {{I(1LL << 31), I(0), N()}, start + "cannot exceed 2^31-1"},
+        {{Word(1LL << 33), I(0), N()}, start + "cannot exceed 2^31-1"},
+        {{I(0), I(0), N()}, start + "must be a positive integer"},
+    });
 }
 
+// 2^31 - 1 as a big integer (a 32-bit host cannot hold it as an immediate); the results
+// are handed back in order.
 TEST(CompositeEntry, AcceptsBigIntegersWithinRange) {
     Host h;
     const HostValue name = h.name("p");
-    // 2^31 - 1 as a big integer (a 32-bit host cannot hold it as an immediate).
     const refhost::CallResult r =
         h.call(hwtest::entry("Composite"), {h.big_integer(2147483647), h.big_integer(0), name});
     ASSERT_TRUE(r.ok) << r.error;
     EXPECT_EQ(h.integer_value(r.value), 0);
     EXPECT_EQ(h.integer_value(h.value_of(name)), 2147483647);
+    EXPECT_EQ(std::vector<std::string>(h.log.end() - 3, h.log.end()),
+              (std::vector<std::string>{"host_from_int32", "host_assign", "host_from_int32"}));
 }
 
 }  // namespace
