@@ -60,7 +60,7 @@ void split_lengths(const TransformDims &dims, Passes *p) {
 
 // The `length` complex elements of working storage: none, a new host rtable, or argument 6
 // once it has passed its checks.
-double *take_working_storage(HostKernel *k, HostValue given, uint64_t length) {
+double *take_working_storage(HostKernel *k, HostValue given, uint64_t length, const double *data, uint32_t total) {
     if (length == 0) return nullptr;
     // Twice a generic radix of a length near 2^31 cannot be handed to the host as a length.
     require(k, length <= INT32_MAX, "the total data length exceeds the maximum allowable");
@@ -72,7 +72,10 @@ double *take_working_storage(HostKernel *k, HostValue given, uint64_t length) {
     if (element_count(k, given, settings.num_dims) < static_cast<int64_t>(length))
         fail_with(k, "the working storage must be at least %1 in length",
                   make_immediate_int(static_cast<int32_t>(length)));
-    return static_cast<double *>(rtable_data(k, given));
+    double *work = static_cast<double *>(rtable_data(k, given));
+    require(k, !shares_storage(work, length * 16, data, size_t{total} * 16),
+            "argument #6, the working storage, must not share storage with the data");
+    return work;
 }
 
 // Transforms every length of the range; returns the product of the lengths transformed.
@@ -103,7 +106,7 @@ extern "C" HostValue hw_FFT(HostKernel *k, HostValue *args) {
     split_lengths(dims, &passes);
     const hw::fft::WorkingStorage need =
         hw::fft::working_storage(passes.lists, dims.last - dims.first, a.storage == 1);
-    double *work = take_working_storage(k, args[6], need.length);
+    double *work = take_working_storage(k, args[6], need.length, data, dims.total);
     double *roots = work ? work + 2 * need.roots_offset : nullptr;
     const uint64_t transformed = transform(k, dims, passes, a, data, work, roots);
     normalize(data, dims.total, static_cast<uint32_t>(a.normalization), transformed);

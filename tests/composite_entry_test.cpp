@@ -86,7 +86,7 @@ TEST(CompositeEntry, AgreesWithBruteForceOnRandomRanges) {
 
 TEST(CompositeEntry, RefusesBadArgumentsInOrder) {
     const std::string start = "argument #1, the start number, ", padding = "argument #2, the maximum padding, ";
-    expect_refusals("Composite", {
+    expect_untouched("Composite", {
         {{I(5), I(2)}, "incorrect number of arguments"},
         {{F(), F(), I(1)}, start + "must be a positive integer"},
         {{I(-5), F(), I(1)}, padding + "must be a nonnegative integer"},

@@ -11,13 +11,16 @@ using refhost::Host;
 constexpr int R = kReal, S = kSparse, O = kOtherOrder, RO = kReadOnly, U = kUnbacked;
 // 2^33 elements claimed by bounds alone.
 const Arg kHuge = B({{1, 2048}, {1, 2048}, {1, 2048}}, U);
+// 1 x 2^32 and 0 x 2^32 elements, and 0 x (2^31 - 2).
+const Arg kLong = B({{1, 1}, {INT32_MIN, INT32_MAX}}, U), kEmptyLong = B({{1, 0}, {INT32_MIN, INT32_MAX}}),
+          kEmptyWide = B({{1, 0}, {1, 2147483646}});
 
 TEST(FftEntry, RefusesBadArgumentsInOrder) {
     const std::string data = "argument #2, the data, must be an 1-d complex rectangular rtable",
                       inverse = "argument #3, the inverse flag, must be 0 or 1",
                       storage = "argument #4, the storage flag, must be 0 or 1",
                       at_least = "the working storage must be at least ";
-    expect_refusals("hw_FFT", {
+    expect_untouched("hw_FFT", {
         {{I(1), T({2}), I(0), I(0), I(0)}, "incorrect number of arguments"},
         {{F(), I(0), F(), I(0), I(0), I(0)}, "argument #1, must be an integer"},
         {{I(1), I(0), F(), I(0), I(0), I(0)}, data},
@@ -42,6 +45,9 @@ TEST(FftEntry, RefusesBadArgumentsInOrder) {
         {{I(0), T({2, 14}), I(0), I(0), I(0), T({1}, S)}, "the working storage must have rectangular storage"},
         {{I(14), T({14}), I(0), I(0), I(0), T({13})}, at_least + "14 in length"},
         {{I(0), T({14, 2}, O), I(0), I(1), I(0), T({2, 6})}, at_least + "14 in length"},
+        {{I(14), T({14}), I(0), I(0), I(0), Same(1)}, "argument #6, the working storage, must not share storage with the data"},
+        {{I(0), T({3, 7}), I(0), I(1), I(0), Same(1)}, "argument #6, the working storage, must not share storage with the data"},
+        {{I(0), kLong, I(0), I(0), I(0), I(0)}, "the total data length exceeds the maximum allowable"},
     });
 }
 
@@ -50,7 +56,7 @@ TEST(DftEntry, RefusesBadArgumentsInOrder) {
                       output = "argument #3, the output data, must be a complex rectangular rtable",
                       shape = "argument #3, the output data, must have the same ordering and dimensions as the input data",
                       normalization = "argument #5, the normalization flag, must be 0,1 or 2";
-    expect_refusals("hw_DFT", {
+    expect_untouched("hw_DFT", {
         {{I(1), T({2}), T({2}), I(0)}, "incorrect number of arguments"},
         {{F(), I(0), I(0), I(5), I(5)}, "argument #1 must be an integer"},
         {{I(1), I(0), I(0), I(5), I(5)}, "argument #2, the input data, must be an 1-d complex rectangular rtable"},
@@ -73,10 +79,20 @@ TEST(DftEntry, RefusesBadArgumentsInOrder) {
         {{I(1), T({2, 3}), T({3, 2}), I(0), I(0)}, shape},
         {{I(0), kHuge, B({{1, 2048}, {1, 2047}, {1, 2048}}, U), I(0), I(0)}, shape},
         {{I(0), kHuge, kHuge, I(0), I(0)}, "the total data length exceeds the maximum allowable"},
+        {{I(2), kLong, kLong, I(0), I(0)}, "the total data length exceeds the maximum allowable"},
         {{I(1), T(std::vector<int32_t>(64, 1)), T(std::vector<int32_t>(64, 1)), I(0), I(0)}, "argument #2, the input data, cannot have more than 63 dimensions"},
         {{I(0), T({2, 3}, RO), T({2, 3}), I(0), I(0)}, "argument #2, the input data, cannot be read only"},
         {{I(1), T({4}), Same(1), I(0), I(0)}, "argument #3, the output data, must not share storage with the input data"},
     });
+}
+
+// A zero length transforms nothing and needs nothing: no working storage, checked or made,
+// and no roots table; however long the other dimensions are.
+TEST(FourierEntry, ZeroLengthsNeedNothing) {
+    expect_untouched("hw_FFT", {{{I(0), kEmptyWide, I(0), I(1), I(0), T({1}, R)}, ""},
+                                {{I(2), kEmptyLong, I(0), I(1), I(2), I(0)}, ""}});
+    expect_untouched("hw_DFT", {{{I(0), kEmptyWide, kEmptyWide, I(0), I(1)}, ""},
+                                {{I(1), kEmptyLong, kEmptyLong, I(0), I(0)}, ""}});
 }
 
 // hw_FFT in place and out of place, and hw_DFT into a separate output (shorter for a vector),
@@ -128,6 +144,7 @@ TEST(FftEntry, WorkingStorage) {
         {{112}, 112, 0, I(0), 14},
         {{112}, 112, 1, I(0), 112},
         {{1024}, 1024, 0, T({1}, R | S), 0},
+        {{1024}, 1024, 0, Same(1), 0},
         {{3, 4, 5}, 0, 0, I(0), 0},
         {{3, 4, 5}, 0, 1, I(0), 5},
         {{7, 22}, 0, 0, I(0), 22},

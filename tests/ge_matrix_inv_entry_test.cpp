@@ -10,7 +10,7 @@ using refhost::Host;
 TEST(GEMatrixInvEntry, RefusesBadArgumentsInOrder) {
     const char *count = "incorect number of arguments, GEMatrixInv takes 1 argument",
                *singular = "the given matrix cannot be solved";
-    expect_refusals("hw_GEMatrixInv", {
+    expect_untouched("hw_GEMatrixInv", {
         {{}, count},
         {{T({1, 2}, kReal), I(1)}, count},
         {{I(1)}, "argument #1 must be an rtable"},
