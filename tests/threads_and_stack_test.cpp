@@ -1,6 +1,8 @@
-// Every engine and entry point on the largest sizes the other tests use, run on one thread
-// (the reference) and on four threads at once, each with its own data and reference host:
-// the same bits. CI also runs the four threads under ThreadSanitizer.
+// Every engine and entry point on the largest sizes the other tests use, run three ways:
+// on one thread (the reference), on four threads at once each with its own data and
+// reference host, and on a thread whose stack is 64 KiB. The three must give the same bits.
+// CI also runs the four threads under ThreadSanitizer.
+#include <pthread.h>
 
 #include <cmath>
 #include <cstring>
@@ -103,6 +105,38 @@ TEST(Concurrency, FourThreadsGiveTheBitsOfOne) {
     for (Bytes &r : results) threads.emplace_back([&r] { r = everything(); });
     for (std::thread &t : threads) t.join();
     for (const Bytes &r : results) EXPECT_TRUE(r == one);
+}
+
+// Runs `job` on a thread with a painted 64 KiB stack; returns the bytes of stack it touched
+// (with the thread's own start-up and bookkeeping).
+size_t stack_used(void *(*job)(void *), void *arg) {
+    constexpr size_t kSize = 64 * 1024;
+    std::vector<uint8_t> stack(kSize + 4096);
+    uint8_t *base = stack.data() + (4096 - reinterpret_cast<uintptr_t>(stack.data()) % 4096);
+    std::memset(base, 0xA7, kSize);
+    pthread_attr_t attr;
+    pthread_attr_init(&attr);
+    pthread_attr_setstack(&attr, base, kSize);
+    pthread_t thread;
+    EXPECT_EQ(pthread_create(&thread, &attr, job, arg), 0);
+    pthread_join(thread, nullptr);
+    pthread_attr_destroy(&attr);
+    size_t untouched = 0;
+    while (untouched < kSize && base[untouched] == 0xA7) ++untouched;
+    return kSize - untouched;
+}
+
+TEST(Concurrency, EverythingRunsOnA64KiBStack) {
+    const Bytes want = everything();
+    Bytes got;
+    const size_t idle = stack_used([](void *) -> void * { return nullptr; }, nullptr);
+    const size_t used = stack_used([](void *out) -> void * {
+        *static_cast<Bytes *>(out) = everything();
+        return nullptr;
+    }, &got);
+    EXPECT_TRUE(got == want);
+    RecordProperty("stack_bytes", int(used - idle));
+    std::printf("stack: %zu bytes touched by the calls and their harness, %zu by an idle thread\n", used, idle);
 }
 
 }  // namespace
