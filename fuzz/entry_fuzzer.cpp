@@ -8,6 +8,7 @@
 // is a finding:
 //   - a refused call leaves every rtable as it was (unless an engine had already run);
 //   - an accepted Fourier call never has more than 2^31 - 1 elements in its data;
+//   - hw_FFT gives the same bits with the working storage given as with storage it makes;
 //   - the library creates host rtables only for something to transform, at most twice the
 //     data's length.
 // HW_FUZZ_ENTRY=<name> fixes the entry; otherwise the first byte chooses it.
@@ -220,10 +221,8 @@ bool engine_message(const std::string &m) {
     return false;
 }
 
-void run(int entry, const std::vector<Arg> &spec) {
-    Host h(refhost::ErrorMode::Exception);
+std::vector<HostValue> make(Host &h, int entry, const std::vector<Arg> &spec) {
     std::vector<HostValue> args;
-    int64_t data_elements = 0;
     for (size_t i = 0; i < spec.size(); ++i) {
         const Arg &a = spec[i];
         switch (a.kind) {
@@ -239,10 +238,16 @@ void run(int entry, const std::vector<Arg> &spec) {
             args.push_back(h.rtable(s));
             auto *bytes = static_cast<uint8_t *>(h.data(args.back()));
             for (size_t j = 0; j < h.byte_size(args.back()); ++j) bytes[j] = uint8_t(j * 37 + 11) & 0x3f;
-            if (i == 1) data_elements = claimed(a.bounds);
         }
         }
     }
+    return args;
+}
+
+void run(int entry, const std::vector<Arg> &spec) {
+    Host h(refhost::ErrorMode::Exception);
+    const std::vector<HostValue> args = make(h, entry, spec);
+    const int64_t data_elements = spec.size() > 1 && spec[1].kind == Arg::Table ? claimed(spec[1].bounds) : 0;
     std::vector<std::vector<uint8_t>> before;
     for (HostValue a : args) before.push_back(h.is_rtable(a) ? h.bytes(a) : std::vector<uint8_t>{});
     const refhost::CallResult r = h.call(kEntries[entry].fn, args);
@@ -253,6 +258,14 @@ void run(int entry, const std::vector<Arg> &spec) {
     if (r.ok && entry <= 1 && spec.size() > 1 && spec[1].kind == Arg::Table && spec[1].bounds.size() >= 2 &&
         claimed(spec[1].bounds) > kMaxTotal)
         broken("accepted more than 2^31 - 1 elements", kEntries[entry].name);
+    if (r.ok && entry == 0 && args.size() == 6 && h.is_rtable(args[5])) {  // the same as with storage made
+        std::vector<Arg> without = spec;
+        without[5] = integer(0);
+        Host fresh(refhost::ErrorMode::Exception);
+        const std::vector<HostValue> again = make(fresh, entry, without);
+        if (fresh.call(hw_FFT, again).ok && fresh.bytes(again[1]) != h.bytes(args[1]))
+            broken("the given working storage changed the transform", "hw_FFT");
+    }
     for (HostValue made : h.created) {
         const int64_t n = claimed(h.bounds(made));
         if (n > 2 * data_elements || (data_elements == 0 && n > 0)) broken("created a needless rtable", r.error);
