@@ -32,7 +32,12 @@ inline vdouble load(const double *p) {
 
 inline void store(double *p, vdouble v) { __builtin_memcpy(p, &v, sizeof v); }
 
-inline vdouble broadcast(double x) { return vdouble{} + x; }
+// Every lane x, the sign of zero included (0.0 + x would turn -0.0 into +0.0).
+inline vdouble broadcast(double x) {
+    vdouble v;
+    for (int i = 0; i < kLanes; ++i) v[i] = x;
+    return v;
+}
 
 // (a, b, c, d, ...) -> (b, a, d, c, ...): real and imaginary parts of interleaved complex
 // values change places.
