@@ -86,7 +86,8 @@ uint64_t transform(HostKernel *k, const TransformDims &dims, Passes &p, const Ff
         if (length < 2) return;
         const hw::fft::RadixList &list = p.lists[i - dims.first];
         uint32_t *radices = p.radices + (list.radices - p.radices);  // the engine may rewrite its list
-        if (ehw_FFT(length, radices, list.count, kPi, data, work, roots, a.inverse, a.storage, stride, batch) == HW_FFT_UNSUPPORTED_RADIX)
+        if (ehw_FFT(length, radices, list.count, kPi, data, work, roots, a.inverse, a.storage, stride, batch) ==
+            HW_FFT_UNSUPPORTED_RADIX)
             fail(k, "internal error");
         transformed *= length;
     });
