@@ -1,21 +1,17 @@
-// The working storage that ehw_FFT needs for a set of transform lengths, and its layout.
-//
-// In complex elements from the start of the block:
-//   [0, P)      gather buffer of the generic odd-radix butterfly, P its largest radix
-//   [P, 2P)     the roots of that radix
-//   [0, S)      with storage 1, the whole of the longest length S, used to reorder the
-//               output out of place once the passes are done (the gather buffer and
-//               roots are free again by then)
-// so the block holds max(2P, S) elements; none when neither is needed.
+// The working storage of one hw_FFT call, for all the lengths it transforms. One length's
+// need and the layout are the public header's rule (hw_fft_work_length): the gather buffer
+// of the generic butterfly [0, P), its roots [P, 2P), and with storage 1 the whole length for
+// the out-of-place reordering. Several lengths share one block, so it holds the largest need
+// and the roots begin after the largest P.
 #pragma once
 
 #include <cstdint>
 
-#include "fft/radix_kinds.h"
+#include "hw.h"
 
 namespace hw::fft {
 
-// One transform length and its radix list as ehw_RadixDec made it (largest radix last).
+// One transform length and its radix list as ehw_RadixDec made it.
 struct RadixList {
     uint32_t length;
     const uint32_t *radices;
@@ -28,16 +24,16 @@ struct WorkingStorage {
 };
 
 inline WorkingStorage working_storage(const RadixList *lists, int32_t list_count, bool out_of_place) {
-    uint64_t largest_generic = 0, longest = 0;
+    WorkingStorage w{0, 0};
     for (int32_t i = 0; i < list_count; ++i) {
         const RadixList &l = lists[i];
-        if (l.count == 0) continue;
-        const uint32_t last = l.radices[l.count - 1];
-        if (needs_generic_butterfly(last) && last > largest_generic) largest_generic = last;
-        if (out_of_place && l.length > longest) longest = l.length;
+        if (l.count == 0) continue;  // a length of 1 is not transformed
+        const uint64_t length = hw_fft_work_length(l.length, l.radices, l.count, out_of_place ? 1 : 0);
+        const uint64_t generic = hw_fft_generic_radix(l.radices, l.count);
+        if (length > w.length) w.length = length;
+        if (generic > w.roots_offset) w.roots_offset = generic;
     }
-    const uint64_t length = 2 * largest_generic > longest ? 2 * largest_generic : longest;
-    return {length, largest_generic};
+    return w;
 }
 
 }  // namespace hw::fft
