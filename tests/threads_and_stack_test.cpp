@@ -42,7 +42,7 @@ void call(Bytes *out, HostEntry fn, const std::vector<Arg> &args) {
 
 // Through the entries, every engine on the largest sizes of the engine tests: the FFT of
 // 2048 in strided batches both ways of reordering, of 1225 and the generic radix 997, the
-// direct transform of 1009, both wavelet transforms with five taps under each end
+// direct transform of 1009 and 4099, both wavelet transforms with five taps under each end
 // condition, a 30 x 30 inversion; and a refused call and the padded-length search.
 Bytes everything() {
     Bytes out;
@@ -50,6 +50,8 @@ Bytes everything() {
     for (int32_t storage : {0, 1}) call(&out, hw_FFT, {I(2), T({2, 2048, 2}, 0, batches), I(1), I(storage), I(2), I(0)});
     for (int32_t n : {997, 1225}) call(&out, hw_FFT, {I(n), T({n}, 0, wave(2 * n, 0.02)), I(0), I(1), I(1), T({n})});
     call(&out, hw_DFT, {I(1), T({1009, 3}, 0, wave(6 * 1009, 0.03)), T({1009, 3}), I(0), I(2)});
+    // The largest prime whose table of permuted roots the direct transform keeps on the stack.
+    call(&out, hw_DFT, {I(4099), T({4099}, 0, wave(2 * 4099, 0.04)), T({4099}), I(0), I(0)});
     call(&out, hw_DFT, {I(0), T({3, 7, 10}, 0, wave(420, 0.05)), T({3, 7, 10}), I(1), I(1)});
     call(&out, hw_FFT, {I(14), T({14}), I(0), I(0), I(0), T({13})});
     for (int32_t flag : {0, 1, 2}) {
@@ -103,6 +105,7 @@ TEST(Concurrency, EverythingRunsOnA64KiBStack) {
         return nullptr;
     }, &got);
     EXPECT_TRUE(got == want);
+    EXPECT_LT(used - idle, size_t{60 * 1024}) << "the header promises at most 64 KiB";
     RecordProperty("stack_bytes", int(used - idle));
     std::printf("stack: %zu bytes touched by the calls and their harness, %zu by an idle thread\n", used, idle);
 }
