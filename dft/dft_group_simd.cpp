@@ -513,9 +513,20 @@ void permuted_lanes(const double *x, double *X, size_t row, const Circle &c, con
     }
 }
 
+// The last `blocks` (<= B) vectors of exponents below H, in one pass: more sums in flight than
+// vector by vector. Lanes already done are computed again and write the same bits.
+template <int B>
+void last_blocks(const double *x, double *X, size_t row, const Circle &c, const PermutedRoots &t, uint32_t blocks) {
+    if constexpr (B > 1)
+        if (blocks < B) return last_blocks<B - 1>(x, X, row, c, t, blocks);
+    permuted_lanes<B>(x, X, row, c, t, t.half - B * kLanes);
+}
+
 void permuted_outputs(const double *x, double *X, size_t row, const Circle &c, const PermutedRoots &t) {
     uint32_t e = 0;
     for (; e + kPermutedSpan <= t.half; e += kPermutedSpan) permuted_lanes<kPermutedBlocks>(x, X, row, c, t, e);
+    if (e == t.half) return;
+    if (e > 0) return last_blocks<kPermutedBlocks>(x, X, row, c, t, (t.half - e + kLanes - 1) / kLanes);
     for (; e + kLanes <= t.half; e += kLanes) permuted_lanes<1>(x, X, row, c, t, e);
     if (e < t.half && t.half >= kLanes) {  // the last lanes again: they write the same bits twice
         permuted_lanes<1>(x, X, row, c, t, t.half - kLanes);
