@@ -446,11 +446,14 @@ void build_permuted_roots(const Circle &c, PermutedRoots *t) {
     const uint32_t H = (c.n - 1) / 2, g = primitive_root(c.n);
     t->half = H;
     t->generator = g;
+    // a mod n for a < 2^32 by one multiplication with a 64-bit reciprocal (no division in the
+    // chain of powers): the fraction M·a / 2^64 of a/n, times n.
+    const uint64_t M = UINT64_MAX / c.n + 1;
     uint32_t power = 1;
     for (uint32_t e = 0; e < c.n - 1; ++e) {
         if (power < c.h) t->log[power] = static_cast<uint16_t>(e);
         if (e < H) root_of_power(c, power, &t->cosine[e], &t->sine[e]);
-        power = power * g % c.n;
+        power = static_cast<uint32_t>((static_cast<unsigned __int128>(M * (power * g)) * c.n) >> 64);
     }
     for (uint32_t i = H; i < H + kPermutedSpan; ++i) {
         t->cosine[i] = t->cosine[i % H];
