@@ -1,6 +1,6 @@
-// The trigonometry: one correctly rounded sin_cos next to glibc's sincos, and batches of roots of
-// unity (every level, and the whole circle) next to glibc's sincos of the same angles, 1024
-// values per call.
+// The trigonometry: one correctly rounded sin_cos (alone and in each level's batch) next to
+// glibc's sincos, and batches of roots of unity (every level, and the whole circle) next to
+// glibc's sincos of the same angles, 1024 values per call.
 #include <benchmark/benchmark.h>
 
 #include <cmath>
@@ -36,6 +36,17 @@ void run_sin_cos(benchmark::State &state, bool libhw) {
     }
 }
 
+// The same angles through the sin_cos batch of one level.
+void run_sin_cos_batch(benchmark::State &state, hw::simd::Isa isa) {
+    const std::vector<double> x = angles();
+    std::vector<double> out(2 * kCount);
+    for (auto _ : state) {
+        HW_PICK(isa, sin_cos_batch)(x.data(), kCount, out.data(), out.data() + kCount);
+        benchmark::DoNotOptimize(out.data());
+        benchmark::ClobberMemory();
+    }
+}
+
 // The roots exp(2*pi*i*t/n) for t = 0 .. 1023 of the order n: glibc's sincos of the angles, the
 // batch of one level, or the whole circle (n = 1024) from its first eighth.
 enum class Roots { glibc, batch, circle };
@@ -60,6 +71,10 @@ const bool registered = [] {
     benchmark::RegisterBenchmark("trig/libhw/sin_cos_x1024", run_sin_cos, true);
     benchmark::RegisterBenchmark("trig/glibc/sin_cos_x1024", run_sin_cos, false);
     const hw::simd::Isa best = hw::simd::best_isa();
+    for (hw::simd::Isa isa : hw::simd::kAllIsas)
+        if (hw::simd::cpu_has(isa))
+            benchmark::RegisterBenchmark(("trig/" + std::string(hw::simd::isa_name(isa)) + "/sin_cos_x1024").c_str(),
+                                         run_sin_cos_batch, isa);
     benchmark::RegisterBenchmark("trig/libhw/circle1024", run_roots, Roots::circle, best, uint64_t{1024});
     benchmark::RegisterBenchmark("trig/glibc/circle1024", run_roots, Roots::glibc, best, uint64_t{1024});
     for (uint64_t n : {1024, 8192}) {

@@ -13,14 +13,22 @@
 namespace {
 
 // Entries 0 .. h-1 of the table: (cos(m*theta), sigma*sin(m*theta)), the angle rounded first.
-void fill_half_circle_roots(uint32_t n, double pi, int32_t inverse, double *roots) {
+// The angles go through the level's batch of sin_cos in blocks of kBlock (3 kBlock doubles of
+// stack).
+void fill_half_circle_roots(hw::simd::Isa isa, uint32_t n, double pi, int32_t inverse, double *roots) {
+    constexpr uint32_t kBlock = 128;
+    const auto sin_cos_batch = HW_PICK(isa, sin_cos_batch);
     const double theta = (pi + pi) / static_cast<double>(n);
     const uint32_t h = (n + 1) / 2;
-    for (uint32_t m = 0; m < h; ++m) {
-        double s, c;
-        hw::trig::sin_cos(static_cast<double>(m) * theta, &s, &c);
-        roots[2 * m] = c;
-        roots[2 * m + 1] = inverse ? s : -s;
+    double angle[kBlock], sine[kBlock], cosine[kBlock];
+    for (uint32_t first = 0; first < h; first += kBlock) {
+        const uint32_t count = h - first < kBlock ? h - first : kBlock;
+        for (uint32_t i = 0; i < count; ++i) angle[i] = static_cast<double>(first + i) * theta;
+        sin_cos_batch(angle, count, sine, cosine);
+        for (uint32_t i = 0; i < count; ++i) {
+            roots[2 * (first + i)] = cosine[i];
+            roots[2 * (first + i) + 1] = inverse ? sine[i] : -sine[i];
+        }
     }
 }
 
@@ -31,7 +39,7 @@ int32_t hw::dft::transform_at_level(simd::Isa isa, uint32_t length, double pi, c
                                     uint32_t normalization) {
     const uint32_t n = length;
     if (n == 0) return 0;
-    fill_half_circle_roots(n, pi, inverse, roots);
+    fill_half_circle_roots(isa, n, pi, inverse, roots);
     const auto transform_group = HW_PICK(isa, dft_group);
     const size_t group = size_t{2} * n * stride;  // doubles
     for (uint32_t g = 0; g < batch; ++g) transform_group(n, input + g * group, output + g * group, stride, roots);

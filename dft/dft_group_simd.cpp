@@ -446,11 +446,14 @@ void build_permuted_roots(const Circle &c, PermutedRoots *t) {
     const uint32_t H = (c.n - 1) / 2, g = primitive_root(c.n);
     t->half = H;
     t->generator = g;
+    // a mod n for a < 2^32 by one multiplication with a 64-bit reciprocal (no division in the
+    // chain of powers): the fraction M·a / 2^64 of a/n, times n.
+    const uint64_t M = UINT64_MAX / c.n + 1;
     uint32_t power = 1;
     for (uint32_t e = 0; e < c.n - 1; ++e) {
         if (power < c.h) t->log[power] = static_cast<uint16_t>(e);
         if (e < H) root_of_power(c, power, &t->cosine[e], &t->sine[e]);
-        power = power * g % c.n;
+        power = static_cast<uint32_t>((static_cast<unsigned __int128>(M * (power * g)) * c.n) >> 64);
     }
     for (uint32_t i = H; i < H + kPermutedSpan; ++i) {
         t->cosine[i] = t->cosine[i % H];
@@ -513,9 +516,20 @@ void permuted_lanes(const double *x, double *X, size_t row, const Circle &c, con
     }
 }
 
+// The last `blocks` (<= B) vectors of exponents below H, in one pass: more sums in flight than
+// vector by vector. Lanes already done are computed again and write the same bits.
+template <int B>
+void last_blocks(const double *x, double *X, size_t row, const Circle &c, const PermutedRoots &t, uint32_t blocks) {
+    if constexpr (B > 1)
+        if (blocks < B) return last_blocks<B - 1>(x, X, row, c, t, blocks);
+    permuted_lanes<B>(x, X, row, c, t, t.half - B * kLanes);
+}
+
 void permuted_outputs(const double *x, double *X, size_t row, const Circle &c, const PermutedRoots &t) {
     uint32_t e = 0;
     for (; e + kPermutedSpan <= t.half; e += kPermutedSpan) permuted_lanes<kPermutedBlocks>(x, X, row, c, t, e);
+    if (e == t.half) return;
+    if (e > 0) return last_blocks<kPermutedBlocks>(x, X, row, c, t, (t.half - e + kLanes - 1) / kLanes);
     for (; e + kLanes <= t.half; e += kLanes) permuted_lanes<1>(x, X, row, c, t, e);
     if (e < t.half && t.half >= kLanes) {  // the last lanes again: they write the same bits twice
         permuted_lanes<1>(x, X, row, c, t, t.half - kLanes);

@@ -253,22 +253,56 @@ TEST(Trig, BatchesGiveScalarBitsOnEveryLevel) {
     }
 }
 
+// Every level's sin_cos batch gives the scalar sin_cos's bits: the angles m*(2pi/n) of the
+// direct transform's tables for n <= 512 and some larger n (the sweep below takes every
+// n <= 4096), random angles of every size, the special ones,
+// and angles whose fast evaluation cannot decide the rounding (found by search), at two offsets
+// against the vector width.
+TEST(Trig, SinCosBatchGivesScalarBitsOnEveryLevel) {
+    std::vector<double> x = {0.0, -0.0, 0x1p-1074, -0x1p-27, 0x1.fffffffffffffp-28, 8.0, -31.9, 32.0, NAN, -NAN, INFINITY,
+                             0x1.a02d7e3aefaebp+2, -0x1.59fe54037f98bp+0, 0x1.99c81a151ad79p+1, 0x1.924ae3cd89751p+1};
+    std::mt19937_64 rng(9);
+    for (int i = 0; i < 20000; ++i) {
+        const double u = std::ldexp(static_cast<double>(rng() >> 11), -53);
+        x.push_back(i % 2 ? 16 * u - 8 : std::ldexp(u, -static_cast<int>(rng() % 40)));
+    }
+    for (uint64_t n = 1; n <= 4096; n += n < 512 ? 1 : 593)
+        for (uint64_t m = 0; m < (n + 1) / 2; ++m) x.push_back(static_cast<double>(m) * (kTwoPi / static_cast<double>(n)));
+    std::vector<double> want(2 * x.size()), got(2 * x.size());
+    for (size_t i = 0; i < x.size(); ++i) hw::trig::sin_cos(x[i], &want[i], &want[x.size() + i]);
+    for (Isa isa : hwtest::runnable_levels())
+        for (size_t skip : {0, 3}) {
+            const size_t count = x.size() - skip;
+            HW_PICK(isa, sin_cos_batch)(&x[skip], count, &got[0], &got[count]);
+            EXPECT_EQ(0, std::memcmp(&got[0], &want[skip], count * sizeof(double))) << hw::simd::isa_name(isa);
+            EXPECT_EQ(0, std::memcmp(&got[count], &want[x.size() + skip], count * sizeof(double))) << hw::simd::isa_name(isa);
+        }
+}
+
 // The full sweeps (label trig-exhaustive): for every order n <= 4096 and k < n, the angles
 // (k*2pi)/n and k*(2pi/n) as the transforms form them, and every root of unity, batch by
-// batch on every level.
+// batch on every level, and the sin_cos batch of the angles k*(2pi/n).
 TEST(TrigExhaustive, EveryTransformAngleAndRootUpTo4096) {
     Mpfr m;
     Mismatches bad;
-    std::vector<double> batch;
+    std::vector<double> batch, angles;
+    const std::vector<Isa> levels = hwtest::runnable_levels();
     for (uint64_t n = 1; n <= 4096; ++n) {
         const double step = kTwoPi / static_cast<double>(n);
+        angles.resize(3 * n);
         for (uint64_t k = 0; k < n; ++k) {
             const double product_first = static_cast<double>(k) * kTwoPi / static_cast<double>(n);
             const double step_first = static_cast<double>(k) * step;
             check_sin_cos(m, bad, product_first);
             if (step_first != product_first) check_sin_cos(m, bad, step_first);
+            angles[k] = step_first;
+            hw::trig::sin_cos(step_first, &angles[n + k], &angles[2 * n + k]);
         }
-        const std::vector<Isa> levels = hwtest::runnable_levels();
+        for (Isa isa : levels) {
+            batch.resize(2 * n);
+            HW_PICK(isa, sin_cos_batch)(angles.data(), n, &batch[0], &batch[n]);
+            EXPECT_EQ(0, std::memcmp(&batch[0], &angles[n], 2 * n * sizeof(double))) << "sin_cos batch, n " << n;
+        }
         batch.resize(2 * n * (levels.size() + 1));
         for (size_t l = 0; l < levels.size(); ++l) {
             HW_PICK(levels[l], unit_roots)(n, 0, 1, n, &batch[2 * n * l]);

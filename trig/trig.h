@@ -17,6 +17,10 @@ void unit_root(uint64_t t, uint64_t n, double *cosine, double *sine);
 
 }  // namespace hw::trig
 
+// sine[i], cosine[i] = sin_cos of x[i] for i < count, its bits on every level, a vector of
+// angles at a time.
+HW_PER_ISA(void, sin_cos_batch, (const double *x, size_t count, double *sine, double *cosine))
+
 // cos_sin[2k], cos_sin[2k + 1] = cosine and sine of 2π(first + k·step)/n for k < count, the
 // same bits as unit_root on every level.
 HW_PER_ISA(void, unit_roots, (uint64_t n, uint64_t first, uint64_t step, size_t count, double *cos_sin))

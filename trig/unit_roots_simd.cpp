@@ -1,5 +1,7 @@
-// Batches of roots of unity of one order n: cos and sin of 2*pi*t/n for t = first,
-// first + step, ..., a vector of them at a time. Each lane reduces t/n to the first octant with
+// Per-level batches of the trigonometry, a vector of values at a time, with the scalar code's
+// bits: sin_cos of arbitrary angles (the kernel of trig/sin_cos_kernel.h, lane by lane), and
+// roots of unity of one order n, cos and sin of 2*pi*t/n for t = first, first + step, ....
+// For the roots, each lane reduces t/n to the first octant with
 // exact integer-valued doubles (0 <= t < n <= 2^32, so every product below stays under 2^53),
 // finds the table angle j*pi/1024 nearest to (pi/4)*a/n and the rest delta as an exact integer
 // times pi/(1024 n), and evaluates as the scalar code does; lanes whose rounding is not sure
@@ -9,6 +11,7 @@
 #include "simd/vec.h"
 #include "trig/exact_trig.h"
 #include "trig/octant_kernel.h"
+#include "trig/sin_cos_kernel.h"
 #include "trig/trig.h"
 #include "trig/trig_tables.h"
 
@@ -69,7 +72,38 @@ void store_interleaved(double *out, vdouble c, vdouble s) {
 #endif
 }
 
-vdouble truncate(vdouble x) { return __builtin_convertvector(__builtin_convertvector(x, vint64), vdouble); }
+vdouble truncate(vdouble x) { return truncated<vdouble, vint64>(x); }
+
+// sin and cos of the lanes of x, as the scalar sin_cos gives them.
+void sin_cos_of_lanes(vdouble x, vdouble &sine, vdouble &cosine) {
+    const vdouble y = magnitude<vdouble, vint64>(x);
+    const auto in_range = (y >= 0x1p-27) & (y < 32.0);
+    vdouble k, ph, pl, c, s;
+    auto negative = reduce_to_octant<vdouble, vint64>(in_range ? y : broadcast(1.0), k, ph, pl);
+    const auto table = [](vdouble j, vdouble &ch, vdouble &cl, vdouble &sh, vdouble &sl) {
+        const vint64 index = __builtin_convertvector(j, vint64) * 4;  // four doubles an entry
+        const double *angles = &kTableAngles[0].cos_hi;
+        ch = gather(angles, index);
+        cl = gather(angles + 1, index);
+        sh = gather(angles + 2, index);
+        sl = gather(angles + 3, index);
+    };
+    const auto sure = fast_octant<vdouble, vint64>(ph, pl, table, c, s);
+    for (int i = 0; i < kLanes; ++i) {
+        if (sure[i] || !in_range[i]) continue;
+        double ci, si;
+        negative[i] = exact_quadrant_rest(y[i], static_cast<int>(k[i]), &ci, &si) ? -1 : 0;
+        c[i] = ci;
+        s[i] = si;
+    }
+    vdouble sn, cs;
+    place_in_circle<vdouble, vint64>(x, k, negative, c, s, sn, cs);
+    // Tiny angles: sin x = x, cos x = 1; NaN stays itself, the rest is NaN.
+    const auto tiny = y < 0x1p-27;
+    const vdouble outside = y != y ? x : broadcast(__builtin_nan(""));
+    sine = in_range ? sn : tiny ? x : outside;
+    cosine = in_range ? cs : tiny ? broadcast(1.0) : outside;
+}
 
 // cos and sin of 2*pi*u/n for the lanes of u (integers, 0 <= u < n).
 void roots_of_lanes(const Order &o, vdouble u, vdouble &cosine, vdouble &sine) {
@@ -115,6 +149,24 @@ void roots_of_lanes(const Order &o, vdouble u, vdouble &cosine, vdouble &sine) {
 }
 
 }  // namespace
+
+void sin_cos_batch(const double *x, size_t count, double *sine, double *cosine) {
+    size_t i = 0;
+    for (; i + kLanes <= count; i += kLanes) {
+        vdouble s, c;
+        sin_cos_of_lanes(load(x + i), s, c);
+        store(sine + i, s);
+        store(cosine + i, c);
+    }
+    if (i == count) return;
+    vdouble rest{}, s, c;
+    for (size_t l = 0; i + l < count; ++l) rest[l] = x[i + l];
+    sin_cos_of_lanes(rest, s, c);
+    for (size_t l = 0; i + l < count; ++l) {
+        sine[i + l] = s[l];
+        cosine[i + l] = c[l];
+    }
+}
 
 void unit_roots(uint64_t n, uint64_t first, uint64_t step, size_t count, double *cos_sin) {
     const Order o = order_constants(n);
