@@ -48,11 +48,29 @@ struct Tail {
         }
         return !(std::fabs(rho) > sigma * 5.0 * cond * 2e-16);
     }
+    double &x(ptrdiff_t t, ptrdiff_t i) const {
+        return w.samples[w.x.offset + t * w.x.tskip + (w.n - shape.unknowns + i) * w.x.skip];
+    }
+    // Sample by sample: a sample written may be a coefficient the next one reads.
     void write(ptrdiff_t t) const {
         for (ptrdiff_t i = 0; i < shape.unknowns; ++i) {
             double sum = 0.0;
             for (ptrdiff_t j = 0; j < shape.rows; ++j) sum = sum + r(i, j) * v(t, j);
-            w.samples[w.x.offset + t * w.x.tskip + (w.n - shape.unknowns + i) * w.x.skip] = sum;
+            x(t, i) = sum;
+        }
+    }
+    // The same sums when nothing is shared (order_free), kBatch at a time so that their chains
+    // of additions overlap.
+    void write_batched(ptrdiff_t t) const {
+        constexpr ptrdiff_t kBatch = 8;
+        for (ptrdiff_t i0 = 0; i0 < shape.unknowns; i0 += kBatch) {
+            const ptrdiff_t batch = shape.unknowns - i0 < kBatch ? shape.unknowns - i0 : kBatch;
+            double sum[kBatch] = {};
+            for (ptrdiff_t j = 0; j < shape.rows; ++j) {
+                const double vj = v(t, j);
+                for (ptrdiff_t b = 0; b < batch; ++b) sum[b] = sum[b] + r(i0 + b, j) * vj;
+            }
+            for (ptrdiff_t b = 0; b < batch; ++b) x(t, i0 + b) = sum[b];
         }
     }
 };
@@ -93,7 +111,7 @@ int32_t solve_mirror_end(Isa isa, const Transform &w, TailShape shape, double *s
     for (ptrdiff_t t0 = 0; t0 < w.count; t0 += group) {
         const ptrdiff_t t1 = w.count - t0 < group ? w.count : t0 + group;
         ptrdiff_t t = t0;
-        for (; t < t1 && tail.consistent(t); ++t) tail.write(t);
+        for (; t < t1 && tail.consistent(t); ++t) any_order ? tail.write_batched(t) : tail.write(t);
         back_substitution(w, t0, t, k_first, false, any_order, 1.0 / det);
         if (t < t1) return HW_DWT_INCONSISTENT;
     }

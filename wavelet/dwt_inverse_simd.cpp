@@ -9,6 +9,9 @@ namespace {
 constexpr int kBlocks = 2;        // vectors of sample pairs in flight along a signal
 constexpr int kSignalBlocks = 4;  // vectors of signals in flight across signals
 constexpr int kChains = 4;        // signals solved side by side in scalar registers
+// Vectors of contiguous signals side by side: eight signals, three backward streams each, are as
+// many as the caches follow (sixteen ran slower than the scalar chains).
+constexpr int kRowGroups = kLanes < 8 ? 8 / kLanes : 1;
 
 // ---------------------------------------------------------------- end condition 2
 
@@ -121,7 +124,7 @@ void synthesis_across(const Transform &w) {
 // store-to-load delay out of the chain that runs from each window to the next.
 template <int Signals>
 void back_substitute_signals(const Transform &w, ptrdiff_t t, ptrdiff_t k_first, bool zero_end_last, double q,
-                             bool registers) {
+                             bool registers, ptrdiff_t k_last = 0) {
     double *x[Signals];
     const double *c[Signals], *d[Signals];
     for (int s = 0; s < Signals; ++s) {
@@ -148,7 +151,7 @@ void back_substitute_signals(const Transform &w, ptrdiff_t t, ptrdiff_t k_first,
         right_odd[s] = 2 * k_first + 3 < w.n ? x[s][(2 * k_first + 3) * xs] : 0.0;
     }
     // Window k: remove the samples already rebuilt to its right, then solve taps 0 and 1.
-    for (ptrdiff_t k = k_first; k >= 0; --k) {
+    for (ptrdiff_t k = k_first; k >= k_last; --k) {
         double cp[Signals], dp[Signals];
         for (int s = 0; s < Signals; ++s) cp[s] = c[s][k * cs], dp[s] = d[s][k * ds];
         if (w.taps > 2 && w.n > 2 * k + 2) {
@@ -216,6 +219,90 @@ void back_substitute_across(const Transform &w, ptrdiff_t t, ptrdiff_t k_first, 
     }
 }
 
+// Transposes the kLanes x kLanes block in r: kLanes / 2-way interleaves, log2(kLanes) rounds.
+inline void transpose(vdouble (&r)[kLanes]) {
+    for (int round = 1; round < kLanes; round *= 2) {
+        vdouble next[kLanes];
+        for (int i = 0; i < kLanes / 2; ++i) {
+            next[2 * i] = from_pair<low_interleaved>(r[i], r[i + kLanes / 2]);
+            next[2 * i + 1] = from_pair<high_interleaved>(r[i], r[i + kLanes / 2]);
+        }
+        for (int i = 0; i < kLanes; ++i) r[i] = next[i];
+    }
+}
+
+constexpr ptrdiff_t kRing = 32;  // samples kept per lane group; the row kernel takes taps <= kRing
+
+// Signals t .. t + Groups * kLanes - 1 each with skip 1 for samples and coefficients (rows of a
+// matrix), one signal per lane. The windows that reach past the end go through the scalar
+// chains; the full ones run kLanes at a time: kLanes coefficients of each signal loaded and
+// transposed so that a vector holds one window of kLanes signals, the chain run in lanes, and
+// the samples transposed back. The samples to a window's right are kept, across signals, in a
+// ring on the stack (Groups * kRing vectors), the two just solved in registers.
+template <int Groups>
+void back_substitute_rows(const Transform &w, ptrdiff_t t, ptrdiff_t k_first, bool zero_end_last, double q) {
+    const ptrdiff_t taps = w.taps;
+    ptrdiff_t k_full = w.n >= taps ? (w.n - taps) / 2 : -1;  // the last window whose taps all lie in the signal
+    if (k_full > k_first) k_full = k_first;
+    for (ptrdiff_t s = 0; s < Groups * kLanes; ++s)
+        back_substitute_signals<1>(w, t + s, k_first, zero_end_last, q, true, k_full + 1);
+    if (k_full < 0) return;
+    double *x[Groups][kLanes];
+    const double *c[Groups][kLanes], *d[Groups][kLanes];
+    for (int u = 0; u < Groups; ++u)
+        for (int l = 0; l < kLanes; ++l) {
+            x[u][l] = w.samples + at(w.x, t + u * kLanes + l, 0);
+            c[u][l] = w.first + at(w.c, t + u * kLanes + l, 0);
+            d[u][l] = w.second + at(w.d, t + u * kLanes + l, 0);
+        }
+    vdouble ring[Groups][kRing] = {}, right_even[Groups], right_odd[Groups];
+    for (int u = 0; u < Groups; ++u)
+        for (ptrdiff_t i = 2 * k_full + 2; i < 2 * k_full + taps; ++i)
+            for (int l = 0; l < kLanes; ++l) ring[u][i % kRing][l] = x[u][l][i];
+    for (int u = 0; u < Groups; ++u)
+        right_even[u] = ring[u][(2 * k_full + 2) % kRing], right_odd[u] = ring[u][(2 * k_full + 3) % kRing];
+    const vdouble h0 = broadcast(w.h[0]), h1 = broadcast(w.h[1]), g0 = broadcast(w.g[0]), g1 = broadcast(w.g[1]);
+    const vdouble qv = broadcast(q);
+    ptrdiff_t kb = k_full - kLanes + 1;  // first window of the block
+    for (; kb >= 0; kb -= kLanes) {
+        vdouble cb[Groups][kLanes], db[Groups][kLanes], even[Groups][kLanes], odd[Groups][kLanes];
+        for (int u = 0; u < Groups; ++u) {
+            for (int l = 0; l < kLanes; ++l) cb[u][l] = load(c[u][l] + kb), db[u][l] = load(d[u][l] + kb);
+            transpose(cb[u]);
+            transpose(db[u]);
+        }
+        for (int b = kLanes - 1; b >= 0; --b) {
+            const ptrdiff_t i = 2 * (kb + b);
+            vdouble cp[Groups], dp[Groups];
+            for (int u = 0; u < Groups; ++u) cp[u] = cb[u][b], dp[u] = db[u][b];
+            for (ptrdiff_t j = 2; j < taps; ++j) {
+                const vdouble hj = broadcast(w.h[j]), gj = broadcast(w.g[j]);
+                for (int u = 0; u < Groups; ++u) {
+                    const vdouble v = j == 2 ? right_even[u] : j == 3 ? right_odd[u] : ring[u][(i + j) % kRing];
+                    cp[u] = cp[u] - v * hj;
+                    dp[u] = dp[u] - v * gj;
+                }
+            }
+            for (int u = 0; u < Groups; ++u) {
+                ring[u][i % kRing] = right_even[u] = even[u][b] = (cp[u] * g1 - dp[u] * h1) * qv;
+                ring[u][(i + 1) % kRing] = right_odd[u] = odd[u][b] = (dp[u] * h0 - cp[u] * g0) * qv;
+            }
+        }
+        for (int u = 0; u < Groups; ++u) {
+            transpose(even[u]);
+            transpose(odd[u]);
+            for (int l = 0; l < kLanes; ++l) {
+                store(x[u][l] + 2 * kb, from_pair<low_interleaved>(even[u][l], odd[u][l]));
+                store(x[u][l] + 2 * kb + kLanes, from_pair<high_interleaved>(even[u][l], odd[u][l]));
+            }
+        }
+    }
+    // Windows kb + kLanes - 1 .. 0 left over, fewer than a block.
+    if (kb + kLanes - 1 >= 0)
+        for (ptrdiff_t s = 0; s < Groups * kLanes; ++s)
+            back_substitute_signals<1>(w, t + s, kb + kLanes - 1, false, q, true);
+}
+
 // Signals t .. t_end - 1 as far as whole groups go; returns the first signal left over.
 ptrdiff_t back_substitute_groups(const Transform &w, ptrdiff_t t, ptrdiff_t t_end, ptrdiff_t k_first,
                                  bool zero_end_last, double q) {
@@ -223,6 +310,9 @@ ptrdiff_t back_substitute_groups(const Transform &w, ptrdiff_t t, ptrdiff_t t_en
         for (; t + kSignalBlocks * kLanes <= t_end; t += kSignalBlocks * kLanes)
             back_substitute_across<kSignalBlocks>(w, t, k_first, zero_end_last, q);
         for (; t + kLanes <= t_end; t += kLanes) back_substitute_across<1>(w, t, k_first, zero_end_last, q);
+    } else if (w.x.skip == 1 && w.c.skip == 1 && w.d.skip == 1 && w.taps <= kRing) {
+        for (; t + kRowGroups * kLanes <= t_end; t += kRowGroups * kLanes)
+            back_substitute_rows<kRowGroups>(w, t, k_first, zero_end_last, q);
     } else {
         for (; t + kChains <= t_end; t += kChains) back_substitute_signals<kChains>(w, t, k_first, zero_end_last, q, true);
     }
