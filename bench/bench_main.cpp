@@ -22,7 +22,10 @@ class TableReporter : public benchmark::ConsoleReporter {
             const std::string impl = name.substr(a + 1, b - a - 1), key = name.substr(b + 1);
             if (!f.ns.count(key)) f.cases.push_back(key);
             if (f.ns[key].find(impl) == f.ns[key].end() && !contains(f.impls, impl)) f.impls.push_back(impl);
-            f.ns[key][impl] = r.GetAdjustedRealTime() / benchmark::GetTimeUnitMultiplier(r.time_unit) * 1e9;
+            // With repetitions the row keeps the best one.
+            const double ns = r.GetAdjustedRealTime() / benchmark::GetTimeUnitMultiplier(r.time_unit) * 1e9;
+            const auto seen = f.ns[key].find(impl);
+            if (seen == f.ns[key].end() || ns < seen->second) f.ns[key][impl] = ns;
         }
     }
 
