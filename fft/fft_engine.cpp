@@ -9,6 +9,7 @@
 
 #include "fft/engine.h"
 #include "fft/pass.h"
+#include "fft/pass_order.h"
 #include "fft/radix_kinds.h"
 #include "fft/reorder.h"
 #include "hw.h"
@@ -54,26 +55,39 @@ int32_t transform(simd::Isa isa, uint32_t length, uint32_t *radices, uint32_t ra
     for (uint32_t p = 0; p < radix_count; ++p)
         if (is_unsupported_radix(radices[p])) return HW_FFT_UNSUPPORTED_RADIX;
 
+    uint32_t mirrored[kMaxRadices], outer = 0;
+    const uint32_t mirrored_count = mirrored_pass_order(length, mirrored, &outer);
+    const uint32_t *order = mirrored_count ? mirrored : radices;
+    const uint32_t count = mirrored_count ? mirrored_count : radix_count;
+
     double root_storage[2 * kMaxRootLevels << kMaxRootLevelBits];
     RootTable root_table{};
-    if (radix_count > 1) fill_root_table(isa, length, root_storage, &root_table);
+    if (count > 1) fill_root_table(isa, length, root_storage, &root_table);
     const auto pass = HW_PICK(isa, fft_pass);
     uint32_t m = length, blocks = 1, table_radix = 0;
-    for (uint32_t p = 0; p < radix_count; ++p) {
-        const uint32_t r = radices[p];
+    for (uint32_t p = 0; p < count; ++p) {
+        const uint32_t r = order[p];
         m /= r;
         if (needs_generic_butterfly(r) && table_radix != r) {
             fill_generic_roots(isa, r, inverse, roots);
             table_radix = r;
         }
-        const PassShape shape{length, r, m, blocks, p, radices, stride, batch, &root_table, work, roots};
+        const PassShape shape{length, r, m, blocks, p, order, stride, batch, &root_table, work, roots};
         if (r > 1) pass(shape, data, inverse);
         blocks *= r;
     }
-    if (out_of_place)
-        ehw_Transpose(length, radices, radix_count, data, work, stride, batch);
-    else
-        reorder_in_place(length, radices, radix_count, data, stride, batch);
+    if (!mirrored_count) {
+        if (out_of_place)
+            ehw_Transpose(length, radices, radix_count, data, work, stride, batch);
+        else
+            reorder_in_place(length, radices, radix_count, data, stride, batch);
+        return HW_OK;
+    }
+    // The caller sees the root table of the last generic pass of its own list.
+    const uint32_t last = radices[radix_count - 1];
+    if (needs_generic_butterfly(last) && last != table_radix) fill_generic_roots(isa, last, inverse, roots);
+    swap_mirrored_digits(length, mirrored, outer, mirrored_count % 2 ? mirrored[outer] : 1, data, stride, batch);
+    if (!out_of_place) merge_equal_neighbours(radices, radix_count);
     return HW_OK;
 }
 

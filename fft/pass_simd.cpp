@@ -159,25 +159,61 @@ void along_block(double *block, size_t i, size_t span, const Complex<double> *tw
     if constexpr (W > 1) along_block<R, Inverse, W / 2>(block, i, span, tw);
 }
 
+// The twiddle factors of a pass whose blocks hold one butterfly each (span 1). Block j's
+// last digit l (radix r' of the previous pass) moves rev(j) by l·N/(r'·R), so when r' has a
+// butterfly of its own the factor of input q is w(rev(j − l)·q) · w(l·q·N/(r'·R)): one root per
+// input and run of r' blocks, times a small per-pass table. Every level forms the same products.
+template <int R>
+struct SpanOneTwiddles {
+    Complex<double> lane[R][16];
+    uint32_t last_radix;
+    bool table;
+
+    explicit SpanOneTwiddles(const PassShape &s) : last_radix(s.pass > 0 ? s.radices[s.pass - 1] : 1) {
+        table = s.pass > 0 && last_radix <= 16;
+        if (!table) return;
+        const uint32_t step = s.n / (last_radix * R);
+        for (int q = 1; q < R; ++q)
+            for (uint32_t l = 0; l < last_radix; ++l) lane[q][l] = root(*s.roots, l * static_cast<uint32_t>(q) * step);
+    }
+    // The factors of block j (digits at j): tw[1 .. R−1].
+    void of_block(const PassShape &s, const BlockDigits &digits, Complex<double> *tw) const {
+        if (!table) return block_twiddles<R>(s, digits.rev, tw);
+        const uint32_t l = digits.digit[s.pass - 1], rev0 = digits.rev - l * (s.n / (last_radix * R));
+        for (int q = 1; q < R; ++q) tw[q] = lane[q][l] * root(*s.roots, rev0 * static_cast<uint32_t>(q));
+    }
+};
+
 // Blocks j .. blocks-1 of a pass whose blocks hold one butterfly each (span 1, so R
 // consecutive values), W blocks at a time and then fewer, one block per lane.
 template <int R, bool Inverse, int W>
-void across_blocks(const PassShape &s, double *data, uint32_t j, BlockDigits &digits) {
+void across_blocks(const PassShape &s, double *data, uint32_t j, BlockDigits &digits,
+                   const SpanOneTwiddles<R> &twiddles) {
     using L = Lanes<W>;
+    using V = typename L::V;
+    // W blocks that share all digits but the last take one root per input.
+    const bool shared = twiddles.table && twiddles.last_radix % W == 0;
     for (; j + W <= s.blocks; j += W) {
-        Complex<typename L::V> tw[R]{};
-        if (s.pass > 0) {
+        Complex<V> tw[R]{};
+        if (shared) {
+            const uint32_t l = digits.digit[s.pass - 1], rev0 = digits.rev - l * (s.n / (twiddles.last_radix * R));
+            for (int q = 1; q < R; ++q) {
+                const Complex<double> base = root(*s.roots, rev0 * static_cast<uint32_t>(q));
+                tw[q] = L::from(&twiddles.lane[q][l]) * Complex<V>{base.re + V{}, base.im + V{}};
+            }
+            for (int l = 0; l < W; ++l) digits.next();
+        } else if (s.pass > 0) {
             Complex<double> lane_tw[R][W];
             for (int l = 0; l < W; ++l, digits.next()) {
                 Complex<double> t[R];
-                block_twiddles<R>(s, digits.rev, t);
+                twiddles.of_block(s, digits, t);
                 for (int q = 1; q < R; ++q) lane_tw[q][l] = t[q];
             }
             for (int q = 1; q < R; ++q) tw[q] = L::from(lane_tw[q]);
         }
         for (size_t g = 0; g < s.batch; ++g) {
             double *first = data + 2 * (g * s.n + size_t{j} * R);
-            Complex<typename L::V> x[R];
+            Complex<V> x[R];
             for (int q = 0; q < R; ++q) x[q] = L::gather(first + 2 * q, 2 * R);
             if (s.pass > 0)
                 for (int q = 1; q < R; ++q) x[q] = turn<Inverse>(x[q], tw[q]);
@@ -185,7 +221,7 @@ void across_blocks(const PassShape &s, double *data, uint32_t j, BlockDigits &di
             for (int q = 0; q < R; ++q) L::scatter(first + 2 * q, 2 * R, x[q]);
         }
     }
-    if constexpr (W > 1) across_blocks<R, Inverse, W / 2>(s, data, j, digits);
+    if constexpr (W > 1) across_blocks<R, Inverse, W / 2>(s, data, j, digits, twiddles);
 }
 
 template <int R, bool Inverse>
@@ -193,7 +229,8 @@ void radix_pass(const PassShape &s, double *data) {
     const size_t span = size_t{s.m} * s.stride, block_length = R * span, group_length = size_t{s.n} * s.stride;
     BlockDigits digits(s.radices, s.pass);
     if (span == 1) {
-        across_blocks<R, Inverse, kLanes>(s, data, 0, digits);
+        const SpanOneTwiddles<R> twiddles(s);
+        across_blocks<R, Inverse, kLanes>(s, data, 0, digits, twiddles);
         return;
     }
     for (uint32_t j = 0; j < s.blocks; ++j, digits.next()) {
