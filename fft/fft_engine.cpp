@@ -18,18 +18,51 @@
 namespace hw::fft {
 namespace {
 
-// Levels and digit width of the root table of order n: two levels up to 2^18, three up to
-// 2^27, four above, at most 2^kMaxRootLevelBits entries each.
+// w(i·step) for i < count, the whole circle (count·step = n, n/step a multiple of 8): the first
+// octant evaluated, the rest by the exact symmetries (c, s) -> (s, c) about π/4 and
+// (c, s) -> (−s, c) per quarter turn.
+void fill_circle(simd::Isa isa, uint32_t n, uint64_t step, uint32_t count, double *roots) {
+    const uint32_t eighth = count / 8, quarter = count / 4;
+    HW_PICK(isa, unit_roots)(n, 0, step, eighth + 1, roots);
+    for (uint32_t i = eighth + 1; i <= quarter; ++i) {
+        roots[2 * i] = roots[2 * (quarter - i) + 1];
+        roots[2 * i + 1] = roots[2 * (quarter - i)];
+    }
+    for (uint32_t i = quarter + 1; i < count; ++i) {
+        roots[2 * i] = -roots[2 * (i - quarter) + 1];
+        roots[2 * i + 1] = roots[2 * (i - quarter)];
+    }
+}
+
+// The root table of order n: two levels up to 2^18, three up to 2^27, four above, at most
+// 2^kMaxRootLevelBits entries each. The last level spans the whole circle; where it is filled
+// by symmetry from an eighth of its roots, two levels take the digit width that needs the
+// fewest evaluations.
 void fill_root_table(simd::Isa isa, uint32_t n, double *storage, RootTable *table) {
     const uint32_t bits = static_cast<uint32_t>(std::bit_width(n - 1));
     table->levels = bits <= 18 ? 2 : bits <= 27 ? 3 : 4;
     table->bits = (bits + table->levels - 1) / table->levels;
+    if (table->levels == 2) {
+        uint64_t fewest = ~uint64_t{0};
+        for (uint32_t b = 1; b <= bits && b <= kMaxRootLevelBits; ++b) {
+            const uint64_t top = (n + (uint64_t{1} << b) - 1) >> b;
+            const bool by_symmetry = n % (uint64_t{8} << b) == 0;
+            const uint64_t evaluations = (uint64_t{1} << b) + (by_symmetry ? top / 8 + 1 : top);
+            if (top <= (1u << kMaxRootLevelBits) && evaluations < fewest) {
+                fewest = evaluations;
+                table->bits = b;
+            }
+        }
+    }
     const auto unit_roots = HW_PICK(isa, unit_roots);
     for (uint32_t l = 0; l < table->levels; ++l) {
         const uint64_t step = uint64_t{1} << (table->bits * l);
         const uint64_t count = l + 1 < table->levels ? uint64_t{1} << table->bits : (n + step - 1) / step;
         double *level = storage + 2 * l * (size_t{1} << kMaxRootLevelBits);
-        unit_roots(n, 0, step, count, level);
+        if (l + 1 == table->levels && n % (8 * step) == 0 && count >= 8)
+            fill_circle(isa, n, step, static_cast<uint32_t>(count), level);
+        else
+            unit_roots(n, 0, step, count, level);
         table->level[l] = level;
     }
 }

@@ -62,7 +62,30 @@ struct Lanes {
         return from(re, im);
     }
 
+    // rows[i] lane l becomes rows[l] lane i: log2(W) stages, each swapping the off-diagonal
+    // blocks of size h of every 2h x 2h block.
+    template <int H = W / 2>
+    static void transpose(V *rows) {
+        if constexpr (H >= 1) {
+            for (int i = 0; i < W; ++i)
+                if (!(i & H)) {
+                    const V a = rows[i], b = rows[i + H];
+                    rows[i] = swap_low<H>(a, b, std::make_index_sequence<W>{});
+                    rows[i + H] = swap_high<H>(a, b, std::make_index_sequence<W>{});
+                }
+            transpose<H / 2>(rows);
+        }
+    }
+
   private:
+    template <int H, size_t... I>
+    static V swap_low(V a, V b, std::index_sequence<I...>) {
+        return __builtin_shufflevector(a, b, ((I & H) ? W + I - H : I)...);
+    }
+    template <int H, size_t... I>
+    static V swap_high(V a, V b, std::index_sequence<I...>) {
+        return __builtin_shufflevector(a, b, ((I & H) ? W + I : I + H)...);
+    }
     static Complex<V> from(const double *re, const double *im) {
         Complex<V> v;
         std::memcpy(&v.re, re, sizeof v.re);
@@ -100,10 +123,11 @@ struct Lanes<1> {
 
 // w(t) of the table: one entry per level, multiplied in level order; levels whose digit is 0
 // contribute nothing.
-Complex<double> root(const RootTable &table, uint32_t t) {
+inline Complex<double> root(const RootTable &table, uint32_t t) {
     const uint32_t mask = (1u << table.bits) - 1;
     Complex<double> w = Lanes<1>::load(table.level[0] + 2 * (t & mask));
     t >>= table.bits;
+    if (table.levels == 2) return t == 0 ? w : w * Lanes<1>::load(table.level[1] + 2 * t);
     for (uint32_t l = 1; l < table.levels && t != 0; ++l, t >>= table.bits) {
         const uint32_t digit = l + 1 == table.levels ? t : t & mask;
         if (digit != 0) w = w * Lanes<1>::load(table.level[l] + 2 * digit);
@@ -161,8 +185,9 @@ void along_block(double *block, size_t i, size_t span, const Complex<double> *tw
 
 // The twiddle factors of a pass whose blocks hold one butterfly each (span 1). Block j's
 // last digit l (radix r' of the previous pass) moves rev(j) by l·N/(r'·R), so when r' has a
-// butterfly of its own the factor of input q is w(rev(j − l)·q) · w(l·q·N/(r'·R)): one root per
-// input and run of r' blocks, times a small per-pass table. Every level forms the same products.
+// butterfly of its own the factor of input q can be formed as w(rev(j − l)·q) · w(l·q·N/(r'·R)):
+// one root per input and run of r' blocks, times a small per-pass table. The choice depends on
+// the pass alone, so every level forms the same products.
 template <int R>
 struct SpanOneTwiddles {
     Complex<double> lane[R][16];
@@ -170,7 +195,9 @@ struct SpanOneTwiddles {
     bool table;
 
     explicit SpanOneTwiddles(const PassShape &s) : last_radix(s.pass > 0 ? s.radices[s.pass - 1] : 1) {
-        table = s.pass > 0 && last_radix <= 16;
+        // The table pays off when it replaces more roots than it costs.
+        table = s.pass > 0 && last_radix <= 16 &&
+                uint64_t{R} * last_radix + uint64_t{R - 1} * (s.blocks / last_radix) < uint64_t{R - 1} * s.blocks;
         if (!table) return;
         const uint32_t step = s.n / (last_radix * R);
         for (int q = 1; q < R; ++q)
@@ -184,11 +211,55 @@ struct SpanOneTwiddles {
     }
 };
 
+// W consecutive blocks of R values each, one block per lane: x[q] lane b is value q of block b.
+// Read row by row and transposed in registers when R is a multiple of W.
+template <int R, int W>
+void load_blocks(const double *first, Complex<typename Lanes<W>::V> *x) {
+    using L = Lanes<W>;
+    if constexpr (W > 1 && R % W == 0) {
+        for (int c = 0; c < R; c += W) {
+            typename L::V re[W], im[W];
+            for (int b = 0; b < W; ++b) {
+                const auto row = L::load(first + 2 * (b * R + c));
+                re[b] = row.re;
+                im[b] = row.im;
+            }
+            L::transpose(re);
+            L::transpose(im);
+            for (int i = 0; i < W; ++i) x[c + i] = {re[i], im[i]};
+        }
+    } else {
+        for (int q = 0; q < R; ++q) x[q] = L::gather(first + 2 * q, 2 * R);
+    }
+}
+
+template <int R, int W>
+void store_blocks(double *first, const Complex<typename Lanes<W>::V> *x) {
+    using L = Lanes<W>;
+    if constexpr (W > 1 && R % W == 0) {
+        for (int c = 0; c < R; c += W) {
+            typename L::V re[W], im[W];
+            for (int i = 0; i < W; ++i) {
+                re[i] = x[c + i].re;
+                im[i] = x[c + i].im;
+            }
+            L::transpose(re);
+            L::transpose(im);
+            for (int b = 0; b < W; ++b) L::store(first + 2 * (b * R + c), {re[b], im[b]});
+        }
+    } else {
+        for (int q = 0; q < R; ++q) L::scatter(first + 2 * q, 2 * R, x[q]);
+    }
+}
+
 // Blocks j .. blocks-1 of a pass whose blocks hold one butterfly each (span 1, so R
 // consecutive values), W blocks at a time and then fewer, one block per lane.
 template <int R, bool Inverse, int W>
 void across_blocks(const PassShape &s, double *data, uint32_t j, BlockDigits &digits,
                    const SpanOneTwiddles<R> &twiddles) {
+    if constexpr (W > R && (R & (R - 1)) == 0) {  // no more lanes than values per block
+        return across_blocks<R, Inverse, W / 2>(s, data, j, digits, twiddles);
+    }
     using L = Lanes<W>;
     using V = typename L::V;
     // W blocks that share all digits but the last take one root per input.
@@ -214,11 +285,11 @@ void across_blocks(const PassShape &s, double *data, uint32_t j, BlockDigits &di
         for (size_t g = 0; g < s.batch; ++g) {
             double *first = data + 2 * (g * s.n + size_t{j} * R);
             Complex<V> x[R];
-            for (int q = 0; q < R; ++q) x[q] = L::gather(first + 2 * q, 2 * R);
+            load_blocks<R, W>(first, x);
             if (s.pass > 0)
                 for (int q = 1; q < R; ++q) x[q] = turn<Inverse>(x[q], tw[q]);
             Butterfly<R>::template apply<Inverse>(x);
-            for (int q = 0; q < R; ++q) L::scatter(first + 2 * q, 2 * R, x[q]);
+            store_blocks<R, W>(first, x);
         }
     }
     if constexpr (W > 1) across_blocks<R, Inverse, W / 2>(s, data, j, digits, twiddles);

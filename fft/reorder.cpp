@@ -140,6 +140,15 @@ void swap_mirrored_digits(uint32_t length, const uint32_t *outer, uint32_t k, ui
     }
     for (uint32_t t = k, w = 1; t-- > 0; w *= outer[t]) right.weight[t] = w;  // s_{t+1} ... s_{k−1}
     const size_t run = stride, row = size_t{middle} * side * run;
+    if (k == 1 && run == 1) {  // ρ is the identity: transpositions of side x side matrices
+        for (size_t g = 0; g < batch; ++g)
+            for (uint32_t mid = 0; mid < middle; ++mid) {
+                double *m = data + 2 * (g * length + size_t{mid} * side);
+                for (size_t a = 0; a < side; ++a)
+                    for (size_t b = a + 1; b < side; ++b) swap_values(m + 2 * (a * row + b), m + 2 * (b * row + a));
+            }
+        return;
+    }
     for (size_t g = 0; g < batch; ++g) {
         double *seq = data + 2 * g * length * stride;
         DigitCounter a = left;
