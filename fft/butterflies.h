@@ -188,5 +188,38 @@ struct Butterfly<9> {
     }
 };
 
+// ---- radix A·B of two coprime radices with butterflies (prime-factor form, no twiddles):
+// input B·a + A·b (mod AB) is digit a of the A-point DFTs and b of the B-point ones, and output
+// k is k mod A of the first and k mod B of the second. The engine's own pass orders use them.
+
+template <int A, int B>
+struct PrimeFactor {
+    static constexpr int N = A * B;
+    // The output index with residues (k1, k2).
+    static constexpr int output(int k1, int k2) {
+        int k = 0;
+        while (k % A != k1 || k % B != k2) ++k;
+        return k;
+    }
+    template <bool Inverse, typename T>
+    static void apply(Complex<T> *x) {
+        Complex<T> rows[B][A], columns[A][B];
+        for (int b = 0; b < B; ++b) {
+            for (int a = 0; a < A; ++a) rows[b][a] = x[(B * a + A * b) % N];
+            Butterfly<A>::template apply<Inverse>(rows[b]);
+        }
+        for (int k1 = 0; k1 < A; ++k1) {
+            for (int b = 0; b < B; ++b) columns[k1][b] = rows[b][k1];
+            Butterfly<B>::template apply<Inverse>(columns[k1]);
+            for (int k2 = 0; k2 < B; ++k2) x[output(k1, k2)] = columns[k1][k2];
+        }
+    }
+};
+
+template <>
+struct Butterfly<10> : PrimeFactor<2, 5> {};
+template <>
+struct Butterfly<15> : PrimeFactor<3, 5> {};
+
 }  // namespace
 }  // namespace hw::fft

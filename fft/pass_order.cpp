@@ -48,6 +48,7 @@ uint32_t mirrored_pass_order(uint32_t n, uint32_t *radices, uint32_t *outer) {
         if (middle > n || n % middle != 0) continue;
         const bool usable = middle == 1 || is_power_of_two_radix(static_cast<uint32_t>(middle)) ||
                             is_symmetric_pair_radix(static_cast<uint32_t>(middle)) ||
+                            is_prime_factor_radix(static_cast<uint32_t>(middle)) ||
                             (t2 == 1 && is_listed(c, list, count));
         uint32_t s;
         if (!usable || !is_square(static_cast<uint32_t>(n / middle), &s)) continue;
