@@ -1,6 +1,5 @@
 // The direct DFT engine against the long-double oracle and its roots table; the DFT and FFT
 // engines agree on prime lengths. (The FFT engine's own tests: fft_engine_test.cpp.)
-#include "fft/radix_kinds.h"
 #include "fourier_support.h"
 
 namespace {
@@ -17,26 +16,6 @@ std::vector<cplx> run_dft(const std::vector<cplx> &in, uint32_t n, int32_t inver
                       reinterpret_cast<double *>(roots->data()), inverse, stride, batch, normalization),
               0);
     return out;
-}
-
-// The FFT engine on `x` as the FFT entry runs it: working storage of max(2P, n when out of
-// place) complex values with the roots after the first P (P the last radix when it needs the
-// generic butterfly, else 0), then guard values that must survive. `radix_list` receives the
-// list as the engine left it.
-std::vector<cplx> run_fft(std::vector<cplx> x, uint32_t n, uint32_t stride, uint32_t batch, bool inverse, int storage,
-                          std::vector<uint32_t> *radix_list = nullptr) {
-    uint32_t radices[32];
-    const uint32_t count = ehw_RadixDec(n, radices), last = radices[count - 1];
-    const uint32_t generic = hw::fft::needs_generic_butterfly(last) ? last : 0;
-    const size_t used = std::max<size_t>(2 * generic, storage ? n : 0);
-    const cplx guard(12345.678, -1);
-    std::vector<cplx> work(used + 4, guard);
-    double *const w = reinterpret_cast<double *>(work.data());
-    EXPECT_EQ(ehw_FFT(n, radices, count, kPi, reinterpret_cast<double *>(x.data()), w, w + 2 * generic,
-                      inverse, storage, stride, batch), 0);
-    EXPECT_EQ(std::vector<cplx>(work.begin() + used, work.end()), std::vector<cplx>(4, guard)) << "storage overrun";
-    if (radix_list) radix_list->assign(radices, radices + count);
-    return x;
 }
 
 TEST(DftEngine, MatchesOracleOverLengthsLayoutsAndNormalisations) {
@@ -67,7 +46,8 @@ TEST(DftEngine, AgreesWithTheFftEngineForPrimeLengths) {
         for (int32_t inverse : {0, 1}) {
             const std::vector<cplx> in = random_complex(3 * n, n);  // stride 3
             std::vector<cplx> roots;
-            EXPECT_LT(relative_error(run_dft(in, n, inverse, 3, 1, 0, &roots), run_fft(in, n, 3, 1, inverse, 0)), 1e-13)
+            const FftRun fft = run_fft(hw::simd::best_isa(), in, n, 3, 1, inverse, false);
+            EXPECT_LT(relative_error(run_dft(in, n, inverse, 3, 1, 0, &roots), fft.data), 1e-13)
                 << "n " << n << " inverse " << inverse;
         }
 }

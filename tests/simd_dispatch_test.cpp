@@ -25,7 +25,7 @@ TEST(SimdDispatch, ScaleGivesBaselineBitsOnEveryLevelAndLength) {
         for (Isa isa : hwtest::runnable_levels()) {
             std::vector<double> got = in;
             HW_PICK(isa, scale_doubles)(got.data(), n, 0.1);
-            EXPECT_EQ(0, std::memcmp(got.data(), want.data(), n * sizeof(double)))
+            EXPECT_TRUE(n == 0 || std::memcmp(got.data(), want.data(), n * sizeof(double)) == 0)
                 << hw::simd::isa_name(isa) << " n " << n;
         }
     }
