@@ -21,11 +21,14 @@ void padded_length(refhost::Host &host, HostEntry composite, int start, int padd
     const HostValue prime = host.name("maxprime");
     const refhost::CallResult r = host.call(composite, {host.integer(start), host.integer(padding), prime});
     if (!r.ok) {
-        std::printf("Composite(%d, %d): error: %s\n", start, padding, r.error.c_str());
+        std::printf("Composite(%d, %d, maxprime) refused its arguments; the host error reads: %s\n", start, padding,
+                    r.error.c_str());
         return;
     }
-    std::printf("Composite(%d, %d) = %s, largest prime factor %s\n", start, padding,
-                host.print(r.value).c_str(), host.print(host.value_of(prime)).c_str());
+    std::printf("Composite(%d, %d, maxprime) searched %d .. %d for the number whose largest prime factor is\n"
+                "    smallest (a good padded FFT length): it returned %s and assigned maxprime := %s\n",
+                start, padding, start, start + padding, host.print(r.value).c_str(),
+                host.print(host.value_of(prime)).c_str());
 }
 
 void invert(refhost::Host &host, HostEntry inverse) {
@@ -34,17 +37,19 @@ void invert(refhost::Host &host, HostEntry inverse) {
     shape.data_type = HW_DATATYPE_DOUBLE;
     const double a[18] = {4, -2, 1, 1, 0, 0,  -2, 4, -2, 0, 1, 0,  1, -2, 4, 0, 0, 1};
     const HostValue m = host.rtable(shape, a);
-    show_matrix("augmented matrix [A | I]:", a, 3, 6);
+    std::printf("\nhw_GEMatrixInv inverts in place an augmented matrix [A | I], by Gauss-Jordan elimination:\n");
+    show_matrix("before the call, [A | I]:", a, 3, 6);
     const refhost::CallResult r = host.call(inverse, {m});
     if (!r.ok) {
         std::printf("hw_GEMatrixInv: error: %s\n", r.error.c_str());
         return;
     }
-    show_matrix("after hw_GEMatrixInv [I | inverse of A]:", static_cast<double *>(host.data(m)), 3, 6);
+    show_matrix("after the call, [I | inverse of A]:", static_cast<double *>(host.data(m)), 3, 6);
 
     const HostValue singular = host.rtable(shape);  // all zeros
     const refhost::CallResult s = host.call(inverse, {singular});
-    std::printf("hw_GEMatrixInv of a zero matrix: %s\n", s.ok ? "no error" : s.error.c_str());
+    std::printf("hw_GEMatrixInv of a zero matrix (no inverse) raises the host error: %s\n",
+                s.ok ? "(none)" : s.error.c_str());
 }
 
 }  // namespace

@@ -36,14 +36,17 @@ void wavelet_demo(const refhost::Library &library) {
     auto one = [&](int32_t v) { return host.integer(v); };
     std::vector<HostValue> args{data, one(1), one(n), one(0), one(n), one(1), h, g, one(1),
                                 first, one(1), one(half), one(0), second, one(1), one(half), one(0)};
+    std::printf("\nhw_DWT and hw_DWTinv, one signal of 8 samples, Haar masks h = (r, r) and g = (r, -r), r = sqrt(1/2),\n"
+                "end condition 1:\n");
     show("signal:", samples, n);
     refhost::CallResult res = host.call(library.entry("hw_DWT"), args);
     if (!res.ok) {
         std::printf("hw_DWT: error: %s\n", res.error.c_str());
         return;
     }
-    show("hw_DWT first:", static_cast<double *>(host.data(first)), half);
-    show("hw_DWT second:", static_cast<double *>(host.data(second)), half);
+    show("hw_DWT first  (h):", static_cast<double *>(host.data(first)), half);
+    show("hw_DWT second (g):", static_cast<double *>(host.data(second)), half);
+    std::printf("    (first[k] = r (x[2k] + x[2k+1]), second[k] = r (x[2k] - x[2k+1]))\n");
     args[0] = vector_rtable(host, zeros, n);
     res = host.call(library.entry("hw_DWTinv"), args);
     if (!res.ok) {
@@ -51,4 +54,5 @@ void wavelet_demo(const refhost::Library &library) {
         return;
     }
     show("hw_DWTinv rebuilt:", static_cast<double *>(host.data(args[0])), n);
+    std::printf("    (hw_DWTinv with the same masks and end condition gives the signal back)\n");
 }

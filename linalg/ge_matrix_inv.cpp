@@ -2,7 +2,8 @@
 // condition estimate. The order of every operation is fixed so that results are reproducible
 // bit for bit: rows are multiplied by the reciprocal of the pivot, entries that become 1 or 0
 // are written exactly, and rows whose entry in the pivot column is exactly zero are skipped.
-#include <cstddef>
+// The elimination itself runs in linalg/ge_elimination_simd.cpp at the widest level the CPU has.
+#include "linalg/ge_matrix_inv.h"
 
 #include "hw.h"
 
@@ -20,59 +21,23 @@ double block_sum(const double *a, ptrdiff_t rows, ptrdiff_t cols, ptrdiff_t firs
 
 }  // namespace
 
-extern "C" int32_t ehw_GEMatrixInv(double *a, int32_t rows_in, int32_t cols_in, double *condition) {
+namespace hw::linalg {
+
+int32_t ge_matrix_inv(double *a, int32_t rows_in, int32_t cols_in, double *condition, hw::simd::Isa isa) {
     // A right block wider than the matrix would start left of column 0: refuse it untouched.
-    if (cols_in < rows_in) return 1;
+    if (cols_in < rows_in) return HW_INV_SINGULAR;
     const ptrdiff_t rows = rows_in, cols = cols_in, w = cols - rows;
 
     const double s1 = block_sum(a, rows, cols, 0, w);
-
-    for (ptrdiff_t k = 0; k < w && k < rows; ++k) {
-        double best = -1.0;
-        ptrdiff_t p = -1;
-        for (ptrdiff_t i = k; i < rows; ++i) {
-            const double v = magnitude(a[i * cols + k]);
-            if (v > best) {
-                best = v;
-                p = i;
-            }
-        }
-        if (!(best > 0)) return 1;
-        double *row_k = a + k * cols;
-        if (p > k) {
-            double *row_p = a + p * cols;
-            for (ptrdiff_t j = 0; j < cols; ++j) {
-                const double t = row_k[j];
-                row_k[j] = row_p[j];
-                row_p[j] = t;
-            }
-        }
-        const double r = 1.0 / row_k[k];
-        row_k[k] = 1.0;
-        for (ptrdiff_t j = k + 1; j < cols; ++j) row_k[j] *= r;
-        for (ptrdiff_t i = k + 1; i < rows; ++i) {
-            double *row_i = a + i * cols;
-            const double f = row_i[k];
-            if (f == 0.0) continue;
-            row_i[k] = 0.0;
-            for (ptrdiff_t j = k + 1; j < cols; ++j) row_i[j] = row_i[j] - f * row_k[j];
-        }
-    }
-
-    const ptrdiff_t last = rows <= w ? rows - 1 : w - 1;
-    for (ptrdiff_t m = last; m >= 1; --m) {
-        const double *row_m = a + m * cols;
-        for (ptrdiff_t i = 0; i < m; ++i) {
-            double *row_i = a + i * cols;
-            const double f = row_i[m];
-            if (f == 0.0) continue;
-            row_i[m] = 0.0;
-            for (ptrdiff_t j = last + 1; j < cols; ++j) row_i[j] = row_i[j] - f * row_m[j];
-        }
-    }
-
+    if (rows > 0 && HW_PICK(isa, gauss_jordan_eliminate)(a, rows, cols)) return HW_INV_SINGULAR;
     const double s2 = block_sum(a, rows, cols, w, cols);
     const double e = s1 * s2;
     *condition = e;
-    return e > 1e11 ? 3 : 0;
+    return e > 1e11 ? HW_INV_ILL_CONDITIONED : HW_OK;
+}
+
+}  // namespace hw::linalg
+
+extern "C" int32_t ehw_GEMatrixInv(double *a, int32_t rows, int32_t cols, double *condition) {
+    return hw::linalg::ge_matrix_inv(a, rows, cols, condition, hw::simd::best_isa());
 }

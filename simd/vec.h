@@ -32,7 +32,9 @@ inline vdouble load(const double *p) {
 
 inline void store(double *p, vdouble v) { __builtin_memcpy(p, &v, sizeof v); }
 
-inline vdouble broadcast(double x) { return vdouble{} + x; }
+// Every lane x, the sign of zero included (0.0 + x would turn -0.0 into +0.0; x - 0.0 is x
+// for every x). Not a lane-by-lane loop: GCC builds that through the stack at 512 bits.
+inline vdouble broadcast(double x) { return x - vdouble{}; }
 
 // (a, b, c, d, ...) -> (b, a, d, c, ...): real and imaginary parts of interleaved complex
 // values change places.

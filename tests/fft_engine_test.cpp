@@ -5,6 +5,8 @@
 #include <cstring>
 
 #include "fft/butterflies.h"
+#include "fft/engine.h"
+#include "fft/radix_kinds.h"
 #include "fourier_support.h"
 #include "simd_levels.h"
 #include "trig/trig.h"
@@ -13,6 +15,29 @@ namespace {
 
 using namespace hwtest;
 using hw::simd::Isa;
+
+struct FftRun {
+    std::vector<cplx> data, roots;
+    std::vector<uint32_t> list;  // the radix list as the engine left it
+};
+
+// The FFT engine on `x` on one instruction-set level, with working storage as the FFT entry
+// lays it out: max(2P, n when out of place) complex values, the roots after the first P (P the
+// last radix when it needs the generic butterfly, else 0), then guard values that must survive.
+FftRun run_fft(hw::simd::Isa isa, std::vector<cplx> x, uint32_t n, uint32_t stride, uint32_t batch,
+                      bool inverse, bool storage) {
+    uint32_t radices[32];
+    const uint32_t count = ehw_RadixDec(n, radices), last = radices[count - 1];
+    const uint32_t generic = hw::fft::needs_generic_butterfly(last) ? last : 0;
+    const size_t used = std::max<size_t>(2 * generic, storage ? n : 0);
+    const cplx guard(12345.678, -1);
+    std::vector<cplx> work(used + 4, guard);
+    double *const w = reinterpret_cast<double *>(work.data());
+    EXPECT_EQ(hw::fft::transform(isa, n, radices, count, reinterpret_cast<double *>(x.data()), w, w + 2 * generic,
+                                 inverse, storage, stride, batch), 0);
+    EXPECT_EQ(std::vector<cplx>(work.begin() + used, work.end()), std::vector<cplx>(4, guard)) << "storage overrun";
+    return {x, {work.begin() + generic, work.begin() + 2 * generic}, {radices, radices + count}};
+}
 
 bool same_bits(const std::vector<cplx> &a, const std::vector<cplx> &b) {
     return a.size() == b.size() && (a.empty() || std::memcmp(a.data(), b.data(), a.size() * sizeof(cplx)) == 0);

@@ -1,6 +1,7 @@
 // The run-time choice of instruction-set level, and one kernel giving the same bits on each.
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstring>
 #include <vector>
 
@@ -27,6 +28,9 @@ TEST(SimdDispatch, ScaleGivesBaselineBitsOnEveryLevelAndLength) {
             HW_PICK(isa, scale_doubles)(got.data(), n, 0.1);
             EXPECT_TRUE(n == 0 || std::memcmp(got.data(), want.data(), n * sizeof(double)) == 0)
                 << hw::simd::isa_name(isa) << " n " << n;
+            // A factor of -0.0 must reach every lane with its sign.
+            HW_PICK(isa, scale_doubles)(got.data(), n, -0.0);
+            for (size_t i = 0; i < n; ++i) EXPECT_EQ(std::signbit(got[i]), !std::signbit(in[i] * 0.1)) << i;
         }
     }
 }

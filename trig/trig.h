@@ -8,7 +8,8 @@
 
 namespace hw::trig {
 
-// cos(x) and sin(x), rounded correctly to double, for |x| <= 8.
+// cos(x) and sin(x), rounded correctly to double, for |x| <= 8 (verified; the method holds up to
+// |x| < 32, beyond which both are NaN).
 void sin_cos(double x, double *sine, double *cosine);
 
 // cos(2πt/n) and sin(2πt/n), rounded correctly, for n >= 1 and any t (taken modulo n).
@@ -19,3 +20,7 @@ void unit_root(uint64_t t, uint64_t n, double *cosine, double *sine);
 // cos_sin[2k], cos_sin[2k + 1] = cosine and sine of 2π(first + k·step)/n for k < count, the
 // same bits as unit_root on every level.
 HW_PER_ISA(void, unit_roots, (uint64_t n, uint64_t first, uint64_t step, size_t count, double *cos_sin))
+
+// cos_sin[2t], cos_sin[2t + 1] = cosine and sine of 2πt/n for every t < n (unit_root's bits),
+// about eight times cheaper than unit_roots over the whole circle when 8 divides n.
+HW_PER_ISA(void, unit_roots_circle, (uint64_t n, double *cos_sin))

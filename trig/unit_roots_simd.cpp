@@ -1,16 +1,173 @@
-// Batches of roots of unity of one order (PROVISIONAL: one scalar evaluation per root).
+// Batches of roots of unity of one order n: cos and sin of 2*pi*t/n for t = first,
+// first + step, ..., a vector of them at a time. Each lane reduces t/n to the first octant with
+// exact integer-valued doubles (0 <= t < n <= 2^32, so every product below stays under 2^53),
+// finds the table angle j*pi/1024 nearest to (pi/4)*a/n and the rest delta as an exact integer
+// times pi/(1024 n), and evaluates as the scalar code does; lanes whose rounding is not sure
+// take the exact path. The results are the correctly rounded values, on every level.
+#include <immintrin.h>
+
 #include "simd/vec.h"
+#include "trig/exact_trig.h"
+#include "trig/octant_kernel.h"
 #include "trig/trig.h"
+#include "trig/trig_tables.h"
 
 namespace hw::HW_ISA_NS {
+namespace {
+
+using namespace hw::trig;
+
+double clear_low_bits(double x) {  // keeps the 21 leading significant bits
+    return from_bits<double>(bits_of<int64_t>(x) & ~int64_t{0xffffffff});
+}
+
+// What every root of order n shares: pi/(1024 n) = k1 + k2 + k3, k1 and k2 with at most 21
+// significant bits, so that their products with an integer below 2^32 are exact.
+struct Order {
+    double n, inv_n, k1, k2, k3;
+};
+
+Order order_constants(uint64_t n) {
+    Order o;
+    o.n = static_cast<double>(n);
+    o.inv_n = 1.0 / o.n;
+    // pi/1024 divided by n as a pair of doubles: the remainder kStepD1 - kh*n is exact.
+    const double kh = kStepD1 / o.n;
+    double k_1, k_2, n1, n2, p, pe;
+    split(kh, k_1, k_2);
+    split(o.n, n1, n2);
+    exact_product(kh, k_1, k_2, o.n, n1, n2, p, pe);
+    const double kl = (((kStepD1 - p) - pe) + kStepD2) / o.n;
+    o.k1 = clear_low_bits(kh);
+    const double rest = kh - o.k1;
+    o.k2 = clear_low_bits(rest);
+    o.k3 = (rest - o.k2) + kl;
+    return o;
+}
+
+vdouble gather(const double *base, vint64 index) {
+#if HW_VEC_DOUBLES == 8
+    return (vdouble)_mm512_mask_i64gather_pd(_mm512_setzero_pd(), 0xff, (__m512i)index, base, 8);
+#elif HW_VEC_DOUBLES == 4
+    return (vdouble)_mm256_mask_i64gather_pd(_mm256_setzero_pd(), base, (__m256i)index, _mm256_castsi256_pd(_mm256_set1_epi64x(-1)), 8);
+#else
+    return vdouble{base[index[0]], base[index[1]]};
+#endif
+}
+
+// (c0, s0, c1, s1, ...) into out[0 .. 2 kLanes).
+void store_interleaved(double *out, vdouble c, vdouble s) {
+#if HW_VEC_DOUBLES == 8
+    store(out, __builtin_shufflevector(c, s, 0, 8, 1, 9, 2, 10, 3, 11));
+    store(out + kLanes, __builtin_shufflevector(c, s, 4, 12, 5, 13, 6, 14, 7, 15));
+#elif HW_VEC_DOUBLES == 4
+    store(out, __builtin_shufflevector(c, s, 0, 4, 1, 5));
+    store(out + kLanes, __builtin_shufflevector(c, s, 2, 6, 3, 7));
+#else
+    store(out, __builtin_shufflevector(c, s, 0, 2));
+    store(out + kLanes, __builtin_shufflevector(c, s, 1, 3));
+#endif
+}
+
+vdouble truncate(vdouble x) { return __builtin_convertvector(__builtin_convertvector(x, vint64), vdouble); }
+
+// cos and sin of 2*pi*u/n for the lanes of u (integers, 0 <= u < n).
+void roots_of_lanes(const Order &o, vdouble u, vdouble &cosine, vdouble &sine) {
+    // Octant: 8u = oct*n + w, 0 <= w < n; the quotient in doubles is at most one off.
+    const vdouble u8 = u * 8.0;
+    vdouble oct = truncate(u8 * o.inv_n);
+    vdouble w = u8 - oct * o.n;
+    oct = w < 0 ? oct - 1.0 : oct;
+    w = w < 0 ? w + o.n : w;
+    oct = w >= o.n ? oct + 1.0 : oct;
+    w = w >= o.n ? w - o.n : w;
+    const vint64 octant = __builtin_convertvector(oct, vint64);
+    // The angle within the octant, (pi/4)*a/n, runs backwards in odd octants.
+    const vdouble a = (octant & 1) != 0 ? o.n - w : w;
+    const vdouble j = truncate(a * (kTableSteps * o.inv_n) + 0.5);
+    const vdouble num = a * kTableSteps - j * o.n;  // delta = num*pi/(1024 n), |num| <= n/2 + 1
+    vdouble s, e, dh, dl;
+    exact_sum_ordered(num * o.k1, num * o.k2, s, e);
+    exact_sum_ordered(s, e + num * o.k3, dh, dl);
+
+    // Each table entry is four doubles.
+    const vint64 index = __builtin_convertvector(j, vint64) * 4;
+    const double *table = &kTableAngles[0].cos_hi;
+    const OctantValues<vdouble> v = evaluate_octant(gather(table, index), gather(table + 1, index),
+                                                    gather(table + 2, index), gather(table + 3, index), dh, dl);
+    vdouble c = v.cos_hi, sn = v.sin_hi;
+    const auto sure = rounds_surely<vdouble, vint64>(v.cos_hi, v.cos_lo, error_bound<vdouble, vint64>(v.cos_hi, v.s3)) &
+                        rounds_surely<vdouble, vint64>(v.sin_hi, v.sin_lo, error_bound<vdouble, vint64>(v.sin_hi, v.s3));
+    for (int i = 0; i < kLanes; ++i) {
+        if (sure[i]) continue;
+        double ci, si;
+        exact_octant_root(static_cast<uint64_t>(a[i]), static_cast<uint64_t>(o.n), &ci, &si);
+        c[i] = ci;
+        sn[i] = si;
+    }
+    // Octant o holds o*pi/4 + theta (o even) or (o + 1)*pi/4 - theta (o odd): cos and sin swap
+    // in octants 1, 2, 5, 6, cos is negative in 2 .. 5 and sin in 4 .. 7. Adding 0 turns the
+    // zero of an exact quarter turn into +0.
+    const auto swap = ((octant + 1) & 2) != 0;
+    const vdouble cr = swap ? sn : c, sr = swap ? c : sn;
+    cosine = (((octant + 2) & 4) != 0 ? -cr : cr) + 0.0;
+    sine = ((octant & 4) != 0 ? -sr : sr) + 0.0;
+}
+
+}  // namespace
 
 void unit_roots(uint64_t n, uint64_t first, uint64_t step, size_t count, double *cos_sin) {
-    uint64_t t = first % n;
+    const Order o = order_constants(n);
+    // Lane i holds t = first + (k + i)*step mod n: offsets (i*step mod n) once, then the first
+    // lane's t moves by kLanes*step mod n per vector.
     const uint64_t d = step % n;
-    for (size_t k = 0; k < count; ++k) {
-        hw::trig::unit_root(t, n, &cos_sin[2 * k], &cos_sin[2 * k + 1]);
+    vdouble offsets;
+    uint64_t t = 0;
+    for (int i = 0; i < kLanes; ++i) {
+        offsets[i] = static_cast<double>(t);
         t += d;
         if (t >= n) t -= n;
+    }
+    const uint64_t advance = t;
+    t = first % n;
+    size_t k = 0;
+    for (; k < count; k += kLanes) {
+        vdouble u = offsets + static_cast<double>(t);
+        u = u >= o.n ? u - o.n : u;
+        vdouble c, s;
+        roots_of_lanes(o, u, c, s);
+        if (count - k >= static_cast<size_t>(kLanes)) {
+            store_interleaved(cos_sin + 2 * k, c, s);
+        } else {
+            for (size_t i = 0; i < count - k; ++i) {
+                cos_sin[2 * (k + i)] = c[i];
+                cos_sin[2 * (k + i) + 1] = s[i];
+            }
+        }
+        t += advance;
+        if (t >= n) t -= n;
+    }
+}
+
+// Only the first eighth (quarter, half) of the circle is evaluated; the rest follows from the
+// exact symmetries cos(pi/2 - x) = sin x, cos(pi/2 + x) = -sin x, cos(2pi - x) = cos x. No
+// negated value is a zero: the sines that vanish (t = 0, n/2) are never the source of one.
+void unit_roots_circle(uint64_t n, double *cos_sin) {
+    const uint64_t computed = n % 8 == 0 ? n / 8 : n % 4 == 0 ? n / 4 : n / 2;
+    unit_roots(n, 0, 1, computed + 1, cos_sin);
+    if (n % 8 == 0)
+        for (uint64_t t = n / 8 + 1; t <= n / 4; ++t) {
+            cos_sin[2 * t] = cos_sin[2 * (n / 4 - t) + 1];
+            cos_sin[2 * t + 1] = cos_sin[2 * (n / 4 - t)];
+        }
+    if (n % 4 == 0)
+        for (uint64_t t = n / 4 + 1; t <= n / 2; ++t) {
+            cos_sin[2 * t] = -cos_sin[2 * (t - n / 4) + 1];
+            cos_sin[2 * t + 1] = cos_sin[2 * (t - n / 4)];
+        }
+    for (uint64_t t = n / 2 + 1; t < n; ++t) {
+        cos_sin[2 * t] = cos_sin[2 * (n - t)];
+        cos_sin[2 * t + 1] = -cos_sin[2 * (n - t) + 1];
     }
 }
 

@@ -1,0 +1,573 @@
+// The direct DFT's sums on vectors. Every output pair X[k], X[n-k] keeps its own fixed order:
+// R, I start at x[0] (even n: x[0] ∓ x[n/2] by the parity of k), A, B at 0, and for
+// j = 1 .. h-1 the power m = j·k mod n (carried by addition) selects
+//   m = 0:            R += Re(p+q), I += Im(p+q)
+//   m = n/2 (even n): R -= Re(p+q), I -= Im(p+q)
+//   otherwise:        R += Re(p+q)·c, I += Im(p+q)·c, A += Re(p-q)·s, B -= Im(p-q)·s
+// with p = x[j], q = x[n-j], (c, s) the root of power m (the conjugate of entry n-m past the
+// half circle); then X[k] = (R + B, I + A), X[n-k] = (R - B, I - A). A vector lane follows one
+// output, so any arrangement of lanes gives the scalar bits:
+// - across sequences: lanes hold the same output of neighbouring sequences, interleaved as
+//   (re, im), with one root broadcast to every lane; the roots of a chunk of steps are worked
+//   out once for all sequences;
+// - across outputs of a single sequence of prime length: lanes hold the outputs g^e for
+//   consecutive e (g a primitive root), whose roots lie side by side in a permuted table;
+// - across outputs of a single sequence of any other length: lanes hold neighbouring k with
+//   powers per lane, roots gathered from the table and the sine's sign chosen per lane.
+// Helpers stay in this file (no inline functions of shared headers: see docs/simd.md).
+#include <cstdint>
+
+#include "dft/dft_kernels.h"
+#include "simd/vec.h"
+
+#include <immintrin.h>
+
+namespace hw::HW_ISA_NS {
+namespace {
+
+struct DftComplex {
+    double re, im;
+};
+
+// The transform's length and its half-circle roots.
+struct Circle {
+    uint32_t n, h;
+    bool even;
+    const DftComplex *roots;
+};
+
+uint32_t next_power(uint32_t m, uint32_t k, uint32_t n) { return m + k >= n ? m + k - n : m + k; }
+
+// Power m is 0, or n/2 for even n: no sine terms.
+bool no_sine(const Circle &c, uint32_t m) { return m == 0 || (c.even && m == c.h); }
+
+// The cosine and the signed sine of power m (not no_sine(m)).
+// Without branches: which half a power falls in follows no pattern a predictor could learn.
+void root_of_power(const Circle &c, uint32_t m, double *cosine, double *sine) {
+    const uint32_t upper = -static_cast<uint32_t>(m >= c.h);
+    const DftComplex w = c.roots[m ^ ((m ^ (c.n - m)) & upper)];
+    uint64_t bits;
+    __builtin_memcpy(&bits, &w.im, sizeof bits);
+    bits ^= static_cast<uint64_t>(upper & 1u) << 63;
+    *cosine = w.re;
+    __builtin_memcpy(sine, &bits, sizeof bits);
+}
+
+// ---- across sequences: vectors of interleaved complex values, one complex per two lanes
+
+typedef double vcomplex __attribute__((vector_size(16)));  // a single complex value
+constexpr long long kSignBit = static_cast<long long>(1ULL << 63);
+
+template <class Vec>
+constexpr int kDoubles = sizeof(Vec) / sizeof(double);
+
+template <class Vec>
+Vec load_as(const double *p) {
+    Vec v;
+    __builtin_memcpy(&v, p, sizeof v);
+    return v;
+}
+
+template <class Vec>
+void store_as(double *p, Vec v) {
+    __builtin_memcpy(p, &v, sizeof v);
+}
+
+// (re, im) -> (im, re) in every complex slot.
+template <class Vec>
+Vec swap_re_im(Vec v) {
+    if constexpr (kDoubles<Vec> == 2)
+        return __builtin_shufflevector(v, v, 1, 0);
+    else if constexpr (kDoubles<Vec> == 4)
+        return __builtin_shufflevector(v, v, 1, 0, 3, 2);
+    else
+        return __builtin_shufflevector(v, v, 1, 0, 3, 2, 5, 4, 7, 6);
+}
+
+// X[0] and, for even n, X[n/2] of V vectors of sequences.
+template <class Vec, int V>
+void plain_sums(const double *x, double *X, size_t row, const Circle &c) {
+    constexpr int L = kDoubles<Vec>;
+    Vec a[V], b[V];
+    for (int v = 0; v < V; ++v) a[v] = load_as<Vec>(x + v * L);
+    if (!c.even) {
+        for (uint32_t j = 1; j < c.n; ++j)
+            for (int v = 0; v < V; ++v) a[v] += load_as<Vec>(x + j * row + v * L);
+        for (int v = 0; v < V; ++v) store_as(X + v * L, a[v]);
+        return;
+    }
+    for (int v = 0; v < V; ++v) b[v] = load_as<Vec>(x + row + v * L);
+    for (uint32_t j = 2; j < c.n; j += 2)
+        for (int v = 0; v < V; ++v) {
+            a[v] += load_as<Vec>(x + j * row + v * L);
+            b[v] += load_as<Vec>(x + (j + 1) * row + v * L);
+        }
+    for (int v = 0; v < V; ++v) {
+        store_as(X + v * L, a[v] + b[v]);
+        store_as(X + c.h * row + v * L, a[v] - b[v]);
+    }
+}
+
+// s in every lane, -0 included (0 + s would turn -0 into +0).
+template <class Vec>
+Vec splat(double s) {
+    if constexpr (sizeof(Vec) == 16) return reinterpret_cast<Vec>(_mm_set1_pd(s));
+#if HW_VEC_DOUBLES >= 4
+    else if constexpr (sizeof(Vec) == 32) return reinterpret_cast<Vec>(_mm256_set1_pd(s));
+#endif
+#if HW_VEC_DOUBLES == 8
+    else return reinterpret_cast<Vec>(_mm512_set1_pd(s));
+#endif
+}
+
+// (s, -s) from memory in every pair of lanes: the sine for the A sums in real lanes and
+// negated for the B sums in imaginary lanes, so that adding D·(s, -s) gives A + Re D·s and
+// B - Im D·s exactly.
+template <class Vec>
+Vec splat_pair(const double *pair) {
+    if constexpr (sizeof(Vec) == 16) return load_as<Vec>(pair);
+#if HW_VEC_DOUBLES >= 4
+    else if constexpr (sizeof(Vec) == 32)
+        return reinterpret_cast<Vec>(_mm256_broadcast_pd(reinterpret_cast<const __m128d *>(pair)));
+#endif
+#if HW_VEC_DOUBLES == 8
+    else
+        return reinterpret_cast<Vec>(_mm512_mask_broadcast_f64x2(_mm512_setzero_pd(), 0xFF, _mm_loadu_pd(pair)));
+#endif
+}
+
+// The roots that outputs k0 .. k0+K-1 meet at the steps j0 .. j0 + kStepChunk - 1, worked
+// out once and read by every vector of sequences.
+constexpr uint32_t kStepChunk = 128;
+
+enum PowerKind : uint8_t { kRoot, kPowerZero, kPowerHalf };
+
+template <int K>
+struct StepRoots {
+    double cosine[kStepChunk][K];
+    double sine[kStepChunk][K][2];  // (s, -s): see splat_pair
+    PowerKind kind[kStepChunk][K];
+    bool every_root[kStepChunk];
+};
+
+// Steps j0 .. j1-1; m[t] holds the power of output k0+t at step j0.
+template <int K>
+void fill_step_roots(const Circle &c, uint32_t k0, uint32_t j0, uint32_t j1, uint32_t *m, StepRoots<K> *r) {
+    for (uint32_t j = j0; j < j1; ++j) {
+        const uint32_t i = j - j0;
+        r->every_root[i] = true;
+        for (int t = 0; t < K; ++t) {
+            if (no_sine(c, m[t])) {
+                r->kind[i][t] = m[t] == 0 ? kPowerZero : kPowerHalf;
+                r->every_root[i] = false;
+                r->cosine[i][t] = r->sine[i][t][0] = r->sine[i][t][1] = 0;
+            } else {
+                double s;
+                root_of_power(c, m[t], &r->cosine[i][t], &s);
+                r->kind[i][t] = kRoot;
+                r->sine[i][t][0] = s;
+                r->sine[i][t][1] = -s;
+            }
+            m[t] = next_power(m[t], k0 + t, c.n);
+        }
+    }
+}
+
+// Steps j0 .. j1-1 of output pairs k0 .. k0+K-1 for V vectors of sequences; the pair sums of
+// one j serve all K. Between chunks of steps the sums wait in the outputs' own places:
+// (R, I) at X[k], (A, B) at X[n-k].
+template <class Vec, int V, int K>
+void sequence_steps(const double *x, double *X, size_t row, const Circle &c, uint32_t k0, uint32_t j0, uint32_t j1,
+                    const StepRoots<K> &r) {
+    constexpr int L = kDoubles<Vec>;
+    Vec RI[K][V], AB[K][V];
+#pragma GCC unroll 4
+    for (int t = 0; t < K; ++t) {
+        const uint32_t k = k0 + t;
+#pragma GCC unroll 4
+        for (int v = 0; v < V; ++v) {
+            if (j0 > 1) {
+                RI[t][v] = load_as<Vec>(X + k * row + v * L);
+                AB[t][v] = load_as<Vec>(X + (c.n - k) * row + v * L);
+                continue;
+            }
+            Vec start = load_as<Vec>(x + v * L);
+            if (c.even) {
+                const Vec middle = load_as<Vec>(x + c.h * row + v * L);
+                start = (k & 1) ? start - middle : start + middle;
+            }
+            RI[t][v] = start;
+            AB[t][v] = Vec{};
+        }
+    }
+    for (uint32_t j = j0; j < j1; ++j) {
+        const uint32_t i = j - j0;
+        const double *p = x + j * row, *q = x + (c.n - j) * row;
+        if (r.every_root[i]) {
+#pragma GCC unroll 4
+            for (int v = 0; v < V; ++v) {
+                const Vec P = load_as<Vec>(p + v * L), Q = load_as<Vec>(q + v * L);
+                const Vec S = P + Q, D = P - Q;
+#pragma GCC unroll 4
+                for (int t = 0; t < K; ++t) {
+                    RI[t][v] += S * splat<Vec>(r.cosine[i][t]);
+                    AB[t][v] += D * splat_pair<Vec>(r.sine[i][t]);
+                }
+            }
+        } else {
+            for (int v = 0; v < V; ++v) {
+                const Vec P = load_as<Vec>(p + v * L), Q = load_as<Vec>(q + v * L);
+                const Vec S = P + Q, D = P - Q;
+                for (int t = 0; t < K; ++t) {
+                    if (r.kind[i][t] == kPowerZero) {
+                        RI[t][v] += S;
+                    } else if (r.kind[i][t] == kPowerHalf) {
+                        RI[t][v] -= S;
+                    } else {
+                        RI[t][v] += S * splat<Vec>(r.cosine[i][t]);
+                        AB[t][v] += D * splat_pair<Vec>(r.sine[i][t]);
+                    }
+                }
+            }
+        }
+    }
+    const bool last = j1 == c.h;
+#pragma GCC unroll 4
+    for (int t = 0; t < K; ++t) {
+        const uint32_t k = k0 + t;
+#pragma GCC unroll 4
+        for (int v = 0; v < V; ++v) {
+            if (!last) {
+                store_as(X + k * row + v * L, RI[t][v]);
+                store_as(X + (c.n - k) * row + v * L, AB[t][v]);
+                continue;
+            }
+            const Vec BA = swap_re_im(AB[t][v]);
+            store_as(X + k * row + v * L, RI[t][v] + BA);
+            store_as(X + (c.n - k) * row + v * L, RI[t][v] - BA);
+        }
+    }
+}
+
+// Steps j0 .. j1-1 of output pairs k0 .. k0+K-1 for `vectors` vectors of sequences, V at a time.
+template <class Vec, int V, int K>
+void chunk_outputs(const double *x, double *X, size_t row, const Circle &c, uint32_t vectors, uint32_t k0,
+                   uint32_t j0, uint32_t j1) {
+    constexpr int L = kDoubles<Vec>;
+    StepRoots<K> roots;
+    uint32_t m[K];
+    for (int t = 0; t < K; ++t) m[t] = static_cast<uint32_t>(uint64_t{j0} * (k0 + t) % c.n);
+    fill_step_roots<K>(c, k0, j0, j1, m, &roots);
+    uint32_t v = 0;
+    for (; v + V <= vectors; v += V) sequence_steps<Vec, V, K>(x + v * L, X + v * L, row, c, k0, j0, j1, roots);
+    for (; v < vectors; ++v) sequence_steps<Vec, 1, K>(x + v * L, X + v * L, row, c, k0, j0, j1, roots);
+}
+
+// Output pairs k0 .. k0+K-1 of one sequence.
+template <int K>
+void single_outputs(const double *x, double *X, size_t row, const Circle &c, uint32_t k0) {
+    for (uint32_t j0 = 1; j0 < c.h; j0 += kStepChunk)
+        chunk_outputs<vcomplex, 1, K>(x, X, row, c, 1, k0, j0, c.h - j0 > kStepChunk ? j0 + kStepChunk : c.h);
+}
+
+// Every output of `vectors` vectors of sequences: V vectors and K output pairs at a time, all
+// outputs over one chunk of steps before the next, so that the chunk's input rows stay in cache.
+template <class Vec, int V, int K>
+void sequences(const double *x, double *X, size_t row, const Circle &c, uint32_t vectors) {
+    constexpr int L = kDoubles<Vec>;
+    uint32_t v = 0;
+    for (; v + V <= vectors; v += V) plain_sums<Vec, V>(x + v * L, X + v * L, row, c);
+    for (; v < vectors; ++v) plain_sums<Vec, 1>(x + v * L, X + v * L, row, c);
+    for (uint32_t j0 = 1; j0 < c.h; j0 += kStepChunk) {
+        const uint32_t j1 = c.h - j0 > kStepChunk ? j0 + kStepChunk : c.h;
+        uint32_t k = 1;
+        for (; k + K <= c.h; k += K) chunk_outputs<Vec, V, K>(x, X, row, c, vectors, k, j0, j1);
+        for (; k < c.h; ++k) chunk_outputs<Vec, V, 1>(x, X, row, c, vectors, k, j0, j1);
+    }
+}
+
+// ---- across outputs of one sequence: lanes of neighbouring k
+
+#if HW_VEC_DOUBLES >= 4
+// Whether output k meets a power without sine terms (0, or n/2 for even n) for some
+// j < h: j·k ≡ 0 (mod n/2 or n) first at j = n / gcd(n, 2k).
+bool meets_no_sine(const Circle &c, uint32_t k) {
+    uint32_t a = c.n, b = 2 * k;  // gcd(n, 2k)
+    while (b) {
+        const uint32_t r = a % b;
+        a = b;
+        b = r;
+    }
+    return c.n / a < c.h;
+}
+
+typedef int32_t vindex __attribute__((vector_size(4 * kLanes)));
+
+// table[index] lane by lane (indices counted in doubles).
+vdouble gather(const double *table, vindex index) {
+#if HW_VEC_DOUBLES == 8
+    return _mm512_mask_i32gather_pd(_mm512_setzero_pd(), 0xFF, reinterpret_cast<__m256i>(index), table, 8);
+#else
+    return _mm256_mask_i32gather_pd(_mm256_setzero_pd(), table, reinterpret_cast<__m128i>(index),
+                                    _mm256_castsi256_pd(_mm256_set1_epi64x(-1)), 8);
+#endif
+}
+
+vdouble select(vindex mask, vdouble a, vdouble b) { return __builtin_convertvector(mask, vint64) ? a : b; }
+
+// Output pairs k0 .. k0 + B·kLanes - 1 of one sequence (elements `row` doubles apart).
+// Powers are kept doubled, as the index of the cosine in the interleaved table. MeetsNoSine:
+// some lane meets power 0 or n/2, whose lanes skip the sine terms (and n/2 reads -1).
+template <int B, bool MeetsNoSine>
+void output_lanes(const double *x, double *X, size_t row, const Circle &c, uint32_t k0) {
+    vdouble R[B], I[B], A[B], Bsum[B];
+    vindex power[B], step[B];
+    for (int b = 0; b < B; ++b) {
+        for (int l = 0; l < kLanes; ++l) {
+            const uint32_t k = k0 + b * kLanes + l;
+            DftComplex start = {x[0], x[1]};
+            if (c.even) {
+                const double *middle = x + c.h * row;
+                start = (k & 1) ? DftComplex{x[0] - middle[0], x[1] - middle[1]}
+                                : DftComplex{x[0] + middle[0], x[1] + middle[1]};
+            }
+            R[b][l] = start.re;
+            I[b][l] = start.im;
+            power[b][l] = step[b][l] = static_cast<int32_t>(2 * k);
+        }
+        A[b] = Bsum[b] = vdouble{};
+    }
+    const double *table = &c.roots[0].re;
+    const int32_t n2 = static_cast<int32_t>(2 * c.n), h2 = static_cast<int32_t>(2 * c.h);
+    const int32_t middle_power = c.even ? h2 : -1;  // n/2, doubled; odd n has none
+    for (uint32_t j = 1; j < c.h; ++j) {
+        const double *p = x + j * row, *q = x + (c.n - j) * row;
+        const vdouble sum_re = splat<vdouble>(p[0] + q[0]), sum_im = splat<vdouble>(p[1] + q[1]);
+        const vdouble diff_re = splat<vdouble>(p[0] - q[0]), diff_im = splat<vdouble>(p[1] - q[1]);
+#pragma GCC unroll 4
+        for (int b = 0; b < B; ++b) {
+            const vindex m = power[b];
+            const vindex upper = m >= h2;
+            vindex index = upper ? n2 - m : m;
+            vdouble cosine, sine;
+            if constexpr (MeetsNoSine) {
+                const vindex middle = m == middle_power;  // reads entry 0 negated
+                index = middle ? 0 : index;
+                cosine = gather(table, index);
+                cosine = select(middle, -cosine, cosine);
+            } else {
+                cosine = gather(table, index);
+            }
+            sine = gather(table + 1, index);
+            sine = select(upper, -sine, sine);
+            R[b] += sum_re * cosine;
+            I[b] += sum_im * cosine;
+            if constexpr (MeetsNoSine) {
+                const vindex skip = (m == 0) | (m == middle_power);
+                A[b] = select(skip, A[b], A[b] + diff_re * sine);
+                Bsum[b] = select(skip, Bsum[b], Bsum[b] - diff_im * sine);
+            } else {
+                A[b] += diff_re * sine;
+                Bsum[b] -= diff_im * sine;
+            }
+            const vindex next = m + step[b];
+            power[b] = next >= n2 ? next - n2 : next;
+        }
+    }
+    for (int b = 0; b < B; ++b) {
+        const vdouble re_k = R[b] + Bsum[b], im_k = I[b] + A[b], re_mirror = R[b] - Bsum[b], im_mirror = I[b] - A[b];
+        for (int l = 0; l < kLanes; ++l) {
+            const uint32_t k = k0 + b * kLanes + l;
+            X[k * row] = re_k[l];
+            X[k * row + 1] = im_k[l];
+            X[(c.n - k) * row] = re_mirror[l];
+            X[(c.n - k) * row + 1] = im_mirror[l];
+        }
+    }
+}
+
+template <int B>
+void output_block(const double *x, double *X, size_t row, const Circle &c, uint32_t k0) {
+    bool meets = false;
+    for (uint32_t k = k0; k < k0 + B * kLanes; ++k) meets = meets || meets_no_sine(c, k);
+    if (meets)
+        output_lanes<B, true>(x, X, row, c, k0);
+    else
+        output_lanes<B, false>(x, X, row, c, k0);
+}
+
+// ---- across outputs for a prime length: roots in the order of a primitive root's powers
+//
+// With g a primitive root mod a prime n, output k = g^a and input j = g^b meet at power
+// g^(a+b): lanes holding the outputs g^a, g^(a+1), ... read the roots of consecutive powers of
+// g, one plain vector load per step instead of a gather. Since g^(e+H) = -g^e (H = (n-1)/2)
+// the exponents 0 .. H-1 name every output pair once; a lane whose g^e lies past the half
+// circle holds the pair of n - g^e, whose roots are the conjugates.
+
+constexpr uint32_t kLargestPermuted = 4099;  // primes up to here (the table lives on the stack)
+constexpr int kPermutedBlocks = kLanes == 8 ? 4 : 2;
+constexpr uint32_t kPermutedSpan = kPermutedBlocks * kLanes;
+
+struct PermutedRoots {
+    uint32_t half, generator;  // H = (n-1)/2 and g
+    uint16_t log[(kLargestPermuted + 1) / 2];  // j = g^log[j] for 0 < j < h
+    // Cosine and sine of power g^e for e < H, continued past H by g^(e+H) = -g^e.
+    double cosine[(kLargestPermuted - 1) / 2 + kPermutedSpan], sine[(kLargestPermuted - 1) / 2 + kPermutedSpan];
+};
+
+bool is_odd_prime(uint32_t n) {
+    if (n < 3 || n % 2 == 0) return false;
+    for (uint32_t d = 3; d * d <= n; d += 2)
+        if (n % d == 0) return false;
+    return true;
+}
+
+uint32_t power_mod(uint32_t base, uint32_t e, uint32_t n) {
+    uint64_t result = 1, b = base % n;
+    for (; e; e >>= 1, b = b * b % n)
+        if (e & 1) result = result * b % n;
+    return static_cast<uint32_t>(result);
+}
+
+uint32_t primitive_root(uint32_t n) {
+    for (uint32_t g = 2;; ++g) {
+        bool generates = true;
+        uint32_t rest = n - 1;
+        for (uint32_t q = 2; q <= rest && generates; ++q) {
+            if (rest % q) continue;
+            while (rest % q == 0) rest /= q;
+            generates = power_mod(g, (n - 1) / q, n) != 1;
+        }
+        if (generates) return g;
+    }
+}
+
+void build_permuted_roots(const Circle &c, PermutedRoots *t) {
+    const uint32_t H = (c.n - 1) / 2, g = primitive_root(c.n);
+    t->half = H;
+    t->generator = g;
+    uint32_t power = 1;
+    for (uint32_t e = 0; e < c.n - 1; ++e) {
+        if (power < c.h) t->log[power] = static_cast<uint16_t>(e);
+        if (e < H) root_of_power(c, power, &t->cosine[e], &t->sine[e]);
+        power = power * g % c.n;
+    }
+    for (uint32_t i = H; i < H + kPermutedSpan; ++i) {
+        t->cosine[i] = t->cosine[i % H];
+        t->sine[i] = (i / H) % 2 ? -t->sine[i % H] : t->sine[i % H];
+    }
+}
+
+// v with the sign bits of `signs` (a lane's or every lane's) turned.
+vdouble flip_signs(vdouble v, vint64 signs) { return reinterpret_cast<vdouble>(reinterpret_cast<vint64>(v) ^ signs); }
+
+// The output pairs of exponents e0 .. e0 + B·kLanes - 1 (all below H) of one sequence.
+template <int B>
+void permuted_lanes(const double *x, double *X, size_t row, const Circle &c, const PermutedRoots &t, uint32_t e0) {
+    vdouble R[B], I[B], A[B], Bsum[B];
+    vint64 conjugate[B];  // sign bits of the lanes past the half circle
+    uint32_t pair[B][kLanes];
+    uint32_t k = power_mod(t.generator, e0, c.n);
+    for (int b = 0; b < B; ++b) {
+        for (int l = 0; l < kLanes; ++l) {
+            pair[b][l] = k < c.h ? k : c.n - k;
+            conjugate[b][l] = k < c.h ? 0 : kSignBit;
+            k = k * t.generator % c.n;
+        }
+        R[b] = splat<vdouble>(x[0]);
+        I[b] = splat<vdouble>(x[1]);
+        A[b] = Bsum[b] = vdouble{};
+    }
+    const uint32_t period = c.n - 1;
+    for (uint32_t j = 1; j < c.h; ++j) {
+        const double *p = x + j * row, *q = x + (c.n - j) * row;
+        uint32_t e = t.log[j] + e0;
+        e -= period & -static_cast<uint32_t>(e >= period);
+        // Past H the table's sines turn sign: turn the differences instead (without a branch,
+        // which would be taken at random).
+        const uint32_t second_half = -static_cast<uint32_t>(e >= t.half);
+        e -= t.half & second_half;
+        const long long turn = static_cast<long long>(second_half & 1u) << 63;
+        const vdouble sum_re = splat<vdouble>(p[0] + q[0]), sum_im = splat<vdouble>(p[1] + q[1]);
+        const vdouble dre = flip_signs(splat<vdouble>(p[0] - q[0]), vint64{} + turn);
+        const vdouble dim = flip_signs(splat<vdouble>(p[1] - q[1]), vint64{} + turn);
+#pragma GCC unroll 4
+        for (int b = 0; b < B; ++b) {
+            const vdouble cosine = load(t.cosine + e + b * kLanes);
+            const vdouble sine = flip_signs(load(t.sine + e + b * kLanes), conjugate[b]);
+            R[b] += sum_re * cosine;
+            I[b] += sum_im * cosine;
+            A[b] += dre * sine;
+            Bsum[b] -= dim * sine;
+        }
+    }
+    for (int b = 0; b < B; ++b) {
+        const vdouble re_k = R[b] + Bsum[b], im_k = I[b] + A[b], re_mirror = R[b] - Bsum[b], im_mirror = I[b] - A[b];
+        for (int l = 0; l < kLanes; ++l) {
+            const uint32_t k = pair[b][l];
+            X[k * row] = re_k[l];
+            X[k * row + 1] = im_k[l];
+            X[(c.n - k) * row] = re_mirror[l];
+            X[(c.n - k) * row + 1] = im_mirror[l];
+        }
+    }
+}
+
+void permuted_outputs(const double *x, double *X, size_t row, const Circle &c, const PermutedRoots &t) {
+    uint32_t e = 0;
+    for (; e + kPermutedSpan <= t.half; e += kPermutedSpan) permuted_lanes<kPermutedBlocks>(x, X, row, c, t, e);
+    for (; e + kLanes <= t.half; e += kLanes) permuted_lanes<1>(x, X, row, c, t, e);
+    if (e < t.half && t.half >= kLanes) {  // the last lanes again: they write the same bits twice
+        permuted_lanes<1>(x, X, row, c, t, t.half - kLanes);
+        return;
+    }
+    for (uint32_t k = power_mod(t.generator, e, c.n); e < t.half; ++e, k = k * t.generator % c.n)
+        single_outputs<1>(x, X, row, c, k < c.h ? k : c.n - k);
+}
+#endif
+
+// Every output of one sequence; `permuted` the prime length's table, or null.
+void one_sequence(const double *x, double *X, size_t row, const Circle &c, [[maybe_unused]] const void *permuted) {
+    plain_sums<vcomplex, 1>(x, X, row, c);
+    uint32_t k = 1;
+#if HW_VEC_DOUBLES >= 4
+    if (permuted) return permuted_outputs(x, X, row, c, *static_cast<const PermutedRoots *>(permuted));
+    constexpr int kBlocks = kLanes == 8 ? 3 : 2;
+    if (c.n < (1u << 29)) {  // doubled powers stay 32-bit gather indices
+        for (; k + kBlocks * kLanes <= c.h; k += kBlocks * kLanes) output_block<kBlocks>(x, X, row, c, k);
+        for (; k + kLanes <= c.h; k += kLanes) output_block<1>(x, X, row, c, k);
+    }
+#endif
+    for (; k + 2 <= c.h; k += 2) single_outputs<2>(x, X, row, c, k);
+    if (k < c.h) single_outputs<1>(x, X, row, c, k);
+}
+
+// Sequences first .. stride-1 one at a time. Not inlined: only this path needs the permuted
+// table's room on the stack.
+__attribute__((noinline)) void single_sequences(const double *x, double *X, size_t row, const Circle &c,
+                                                uint32_t first, uint32_t stride) {
+    const void *permuted = nullptr;
+#if HW_VEC_DOUBLES >= 4
+    PermutedRoots table;
+    if (c.n <= kLargestPermuted && is_odd_prime(c.n)) {
+        build_permuted_roots(c, &table);
+        permuted = &table;
+    }
+#endif
+    for (uint32_t s = first; s < stride; ++s) one_sequence(x + 2 * s, X + 2 * s, row, c, permuted);
+}
+
+}  // namespace
+
+void dft_group(uint32_t n, const double *x, double *X, uint32_t stride, const double *roots) {
+    const Circle c{n, (n + 1) / 2, n % 2 == 0, reinterpret_cast<const DftComplex *>(roots)};
+    const size_t row = size_t{2} * stride;
+    constexpr uint32_t kComplex = kLanes / 2;  // sequences per vector
+    constexpr int kVectors = 2, kPairs = kLanes == 8 ? 4 : 2;
+    const uint32_t vectors = stride / kComplex;  // of sequences side by side
+    if (vectors > 0) sequences<vdouble, kVectors, kPairs>(x, X, row, c, vectors);
+    const uint32_t s = vectors * kComplex;
+    if (s < stride) single_sequences(x, X, row, c, s, stride);
+}
+
+}  // namespace hw::HW_ISA_NS
