@@ -1,12 +1,10 @@
 // hw_FFT: the in-place fast Fourier transform of a complex rtable, over the first n
 // elements of a vector, one chosen dimension, or every dimension in turn.
-#include <cmath>
 #include <cstdint>
 
-#include "fft/radix_kinds.h"
+#include "fft/working_storage.h"
 #include "host/arg_checks.h"
 #include "host/transform_dims.h"
-#include "simd/scale.h"
 
 using namespace hw::host;
 
@@ -17,90 +15,101 @@ constexpr const char *kInverseFlag = "argument #3, the inverse flag, must be 0 o
 constexpr const char *kStorageFlag = "argument #4, the storage flag, must be 0 or 1";
 constexpr const char *kBadData = "argument #2, the data, must be an 1-d complex rectangular rtable";
 
-// Room for the radix list of any 32-bit length.
-constexpr int kMaxRadices = 32;
+struct FftArguments {
+    int32_t argument1, inverse, storage, normalization;
+    RTableInfo data_settings;
+};
+
+// The radix list of every transformed length, made once. The lists share one buffer: the
+// lengths multiply to at most 2^31 - 1, so together they hold at most 31 radices.
+struct Passes {
+    uint32_t radices[32];
+    hw::fft::RadixList lists[kMaxTransformDims];  // entry i - dims.first for table entry i
+};
+
+FftArguments check_arguments(HostKernel *k, HostValue *args) {
+    check_arg_count(k, args, 6, "incorrect number of arguments");
+    require(k, is_immediate_int(args[1]), "argument #1, must be an integer");
+    require(k, is_rtable(k, args[2]), kBadData);
+    FftArguments a;
+    a.inverse = immediate(k, args[3], kInverseFlag);
+    a.storage = immediate(k, args[4], kStorageFlag);
+    a.normalization = immediate(k, args[5], "argument #5, the normalization flag, must be 0,1, or 2");
+    require(k, args[6] == kImmediateZero || is_rtable(k, args[6]),
+            "argument #6, the working storage, must be 0 or an rtable");
+    flag_at_most(k, a.inverse, 1, kInverseFlag);
+    flag_at_most(k, a.storage, 1, kStorageFlag);
+    flag_at_most(k, a.normalization, 2, "argument #5, the normalization flag, must be 0,1 or 2");
+    check_rtable_fields(k, args[2], &a.data_settings,
+                        {.bad_storage = kBadData, .bad_type = kBadData, .data_type = HW_DATATYPE_COMPLEX,
+                         .bad_rank = nullptr, .rank = 0, .bad_order = nullptr,
+                         .read_only = "argument #2, the data, cannot be read only"});
+    a.argument1 = immediate_int_value(args[1]);
+    check_length_or_dimension(k, args[2], a.data_settings.num_dims, a.argument1);
+    return a;
+}
+
+void split_lengths(const TransformDims &dims, Passes *p) {
+    uint32_t used = 0;
+    for (int32_t i = dims.first; i < dims.last; ++i) {
+        const uint32_t count = ehw_RadixDec(dims.length[i], p->radices + used);
+        p->lists[i - dims.first] = {dims.length[i], p->radices + used, count};
+        used += count;
+    }
+}
+
+// The `length` complex elements of working storage: none, a new host rtable, or argument 6
+// once it has passed its checks.
+double *take_working_storage(HostKernel *k, HostValue given, uint64_t length, const double *data, uint32_t total) {
+    if (length == 0) return nullptr;
+    // Twice a generic radix of a length near 2^31 cannot be handed to the host as a length.
+    require(k, length <= INT32_MAX, "the total data length exceeds the maximum allowable");
+    if (given == kImmediateZero) return new_complex_rtable(k, static_cast<int32_t>(length));
+    RTableInfo settings;
+    rtable_info(k, &settings, given);
+    require(k, settings.data_type == HW_DATATYPE_COMPLEX, "the working storage must have complex datatype");
+    require(k, settings.storage_type == HW_STORAGE_RECT, "the working storage must have rectangular storage");
+    if (element_count(k, given, settings.num_dims) < static_cast<int64_t>(length))
+        fail_with(k, "the working storage must be at least %1 in length",
+                  make_immediate_int(static_cast<int32_t>(length)));
+    double *work = static_cast<double *>(rtable_data(k, given));
+    require(k, !shares_storage(work, length * 16, data, size_t{total} * 16),
+            "argument #6, the working storage, must not share storage with the data");
+    return work;
+}
+
+// Transforms every length of the range; returns the product of the lengths transformed.
+uint64_t transform(HostKernel *k, const TransformDims &dims, Passes &p, const FftArguments &a, double *data,
+                   double *work, double *roots) {
+    uint64_t transformed = 1;
+    for_each_pass(dims, [&](int32_t i, uint32_t length, uint32_t stride, uint32_t batch) {
+        if (length < 2) return;
+        const hw::fft::RadixList &list = p.lists[i - dims.first];
+        uint32_t *radices = p.radices + (list.radices - p.radices);  // the engine may rewrite its list
+        if (ehw_FFT(length, radices, list.count, kPi, data, work, roots, a.inverse, a.storage, stride, batch) ==
+            HW_FFT_UNSUPPORTED_RADIX)
+            fail(k, "internal error");
+        transformed *= length;
+    });
+    return transformed;
+}
 
 }  // namespace
 
 extern "C" HostValue hw_FFT(HostKernel *k, HostValue *args) {
-    check_arg_count(k, args, 6, "incorrect number of arguments");
-    require(k, is_immediate_int(args[1]), "argument #1, must be an integer");
-    require(k, is_rtable(k, args[2]), kBadData);
-    const int32_t inverse = immediate(k, args[3], kInverseFlag);
-    const int32_t storage = immediate(k, args[4], kStorageFlag);
-    const int32_t normalization = immediate(k, args[5], "argument #5, the normalization flag, must be 0,1, or 2");
-    const HostValue given_work = args[6];
-    require(k, given_work == kImmediateZero || is_rtable(k, given_work),
-            "argument #6, the working storage, must be 0 or an rtable");
-    flag_at_most(k, inverse, 1, kInverseFlag);
-    flag_at_most(k, storage, 1, kStorageFlag);
-    flag_at_most(k, normalization, 2, "argument #5, the normalization flag, must be 0,1 or 2");
-    RTableInfo settings;
-    check_rtable_fields(k, args[2], &settings,
-                        {.bad_storage = kBadData, .bad_type = kBadData, .data_type = HW_DATATYPE_COMPLEX,
-                         .bad_rank = nullptr, .rank = 0, .bad_order = nullptr,
-                         .read_only = "argument #2, the data, cannot be read only"});
-
-    const int32_t argument1 = immediate_int_value(args[1]);
+    const FftArguments a = check_arguments(k, args);
     TransformDims dims;
-    check_length_or_dimension(k, args[2], settings.num_dims, argument1);
-    if (settings.num_dims == 1) {
-        single_length(&dims, static_cast<uint32_t>(argument1));
-    } else {
-        fill_storage_lengths(k, args[2], settings, "argument #2, the data, cannot have more than 63 dimensions", &dims);
-        set_transform_range(&dims, argument1, settings.order_type);
-    }
+    read_transform_dims(k, args[2], a.data_settings, a.argument1,
+                        "argument #2, the data, cannot have more than 63 dimensions", &dims);
     double *data = static_cast<double *>(rtable_data(k, args[2]));
-
-    // Working storage: the gather buffer and roots of the largest generic radix, or a whole
-    // transform length when the output is reordered out of place.
-    uint32_t radices[kMaxRadices];
-    uint64_t largest_generic = 0, largest_length = 0;
-    for (int32_t i = dims.first; i < dims.last; ++i) {
-        const uint32_t length = dims.length[i];
-        if (length < 2) continue;
-        const uint32_t last = radices[ehw_RadixDec(length, radices) - 1];
-        if (hw::fft::needs_generic_butterfly(last) && last > largest_generic) largest_generic = last;
-        if (storage == 1 && length > largest_length) largest_length = length;
-    }
-    uint64_t work_length = 2 * largest_generic;
-    if (work_length < largest_length) work_length = largest_length;
-    double *work = nullptr, *roots = nullptr;
-    if (work_length > 0) {
-        require(k, work_length <= INT32_MAX, "the total data length exceeds the maximum allowable");
-        if (given_work == kImmediateZero) {
-            work = new_complex_rtable(k, static_cast<int32_t>(work_length));
-        } else {
-            RTableInfo work_settings;
-            rtable_info(k, &work_settings, given_work);
-            require(k, work_settings.data_type == HW_DATATYPE_COMPLEX, "the working storage must have complex datatype");
-            require(k, work_settings.storage_type == HW_STORAGE_RECT, "the working storage must have rectangular storage");
-            if (element_count(k, given_work, work_settings.num_dims) < static_cast<int64_t>(work_length))
-                fail_with(k, "the working storage must be at least %1 in length",
-                          make_immediate_int(static_cast<int32_t>(work_length)));
-            work = static_cast<double *>(rtable_data(k, given_work));
-        }
-        roots = work + 2 * largest_generic;
-    }
-
-    // A zero length leaves nothing to transform.
-    if (dims.total == 0) return null_value(k);
-    uint32_t stride = dims.total, batch = 1, transformed = 1;
-    for (int32_t i = 0; i < dims.last; ++i) {
-        const uint32_t length = dims.length[i];
-        stride /= length;
-        if (i >= dims.first && length >= 2) {
-            const uint32_t count = ehw_RadixDec(length, radices);
-            if (ehw_FFT(length, radices, count, kPi, data, work, roots, inverse, storage, stride, batch) == 1)
-                fail(k, "internal error");
-            transformed *= length;
-        }
-        batch *= length;
-    }
-    if (normalization != 0) {
-        const double quotient = 1.0 / static_cast<double>(transformed);
-        const double factor = normalization == 1 ? std::sqrt(quotient) : quotient;
-        HW_PICK(hw::simd::best_isa(), scale_doubles)(data, size_t{dims.total} * 2, factor);
-    }
+    if (dims.total == 0) return null_value(k);  // nothing to transform, no storage needed
+    Passes passes;
+    split_lengths(dims, &passes);
+    const hw::fft::WorkingStorage need =
+        hw::fft::working_storage(passes.lists, dims.last - dims.first, a.storage == 1);
+    double *work = take_working_storage(k, args[6], need.length, data, dims.total);
+    double *roots = work ? work + 2 * need.roots_offset : nullptr;
+    const uint64_t transformed = transform(k, dims, passes, a, data, work, roots);
+    normalize(data, dims.total, static_cast<uint32_t>(a.normalization), transformed);
     return null_value(k);
 }

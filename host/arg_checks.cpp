@@ -47,6 +47,11 @@ int64_t element_count(HostKernel *k, HostValue rt, int32_t num_dims) {
     return count;
 }
 
+bool shares_storage(const void *a, size_t a_bytes, const void *b, size_t b_bytes) {
+    const uintptr_t x = reinterpret_cast<uintptr_t>(a), y = reinterpret_cast<uintptr_t>(b);
+    return a_bytes > 0 && b_bytes > 0 && x < y + b_bytes && y < x + a_bytes;
+}
+
 double *new_complex_rtable(HostKernel *k, int32_t n) {
     RTableInfo info;
     rtable_defaults(k, &info);

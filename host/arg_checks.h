@@ -3,6 +3,7 @@
 // that needs cleaning up across these calls.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "host/host_boundary.h"
@@ -70,6 +71,9 @@ int64_t dimension_length(HostKernel *k, HostValue rt, int d);
 
 // Product of all dimension lengths (1 for rank 0), saturated at INT64_MAX.
 int64_t element_count(HostKernel *k, HostValue rt, int32_t num_dims);
+
+// True when the byte ranges [a, a + a_bytes) and [b, b + b_bytes) share a byte.
+bool shares_storage(const void *a, size_t a_bytes, const void *b, size_t b_bytes);
 
 // A new one-dimensional complex host rtable of n elements, for working storage; returns its
 // data block. The rtable belongs to the host.

@@ -1,7 +1,8 @@
-// The dimension bookkeeping shared by the Fourier entries: the length table in storage
-// order, its total, and the range of table entries that a call transforms.
+// What the Fourier entries share: argument 1 and the length table in storage order, the
+// loop over the transformed dimensions, and the normalisation.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 #include "host/host_boundary.h"
@@ -14,34 +15,39 @@ struct TransformDims {
     // Lengths in storage order: entry 0 varies slowest, the last entry is contiguous.
     uint32_t length[kMaxTransformDims];
     int32_t count;   // entries in the table
-    uint32_t total;  // product of all entries (1 for an empty table)
+    uint32_t total;  // product of all entries (1 for an empty table), at most 2^31 - 1
     int32_t first;   // transform range [first, last) of table indices
     int32_t last;
 };
 
-// Argument 1 of the Fourier entries: for an rtable `rt` of rank 1 the data length (1 up to
-// its length), for any other rank the transform dimension (0 up to the rank).
+// Argument 1 of a Fourier entry on the data rtable `rt`: for rank 1 the data length (1 up to
+// the rtable's length), for any other rank the transform dimension (0 up to the rank).
 void check_length_or_dimension(HostKernel *k, HostValue rt, int32_t rank, int32_t argument1);
 
-// The table of a one-dimensional transform of the first n elements: the single entry n.
-void single_length(TransformDims *dims, uint32_t n);
+// The table of a checked argument 1: for rank 1 the single entry n; for any other rank all
+// lengths, whose exact total must not exceed 2^31 - 1, and the range of transform dimension
+// argument1 (0 for all). A rank above the table's room raises `too_many_dims`. When `output`
+// is not null it must match: for rank 1 hold n elements, else have the same length in every
+// dimension (checked in table order, before the total).
+void read_transform_dims(HostKernel *k, HostValue rt, const RTableInfo &info, int32_t argument1,
+                         const char *too_many_dims, TransformDims *dims, const HostValue *output = nullptr,
+                         const char *output_mismatch = nullptr);
 
-// Fills the table from the dimensions of rtable `rt` (rank and order from `info`) and
-// checks the total in double precision against 2^31-1. A rank above the table's room
-// raises `too_many_dims`. When `same_shape` is not null, each length must equal the length
-// of the same dimension of that rtable, else `mismatch` is raised at the first difference,
-// before the total is judged.
-void fill_storage_lengths(HostKernel *k, HostValue rt, const RTableInfo &info, const char *too_many_dims,
-                          TransformDims *dims, const HostValue *same_shape = nullptr,
-                          const char *mismatch = nullptr);
-
-// The transform range for transform dimension `dimension` (0 = every dimension, otherwise
-// the host's dimension number, 1..count) of a table filled in `order_type`.
-void set_transform_range(TransformDims *dims, int32_t dimension, int32_t order_type);
-
-// Host dimension number (from 1) held in table entry i.
-inline int host_dimension(int32_t i, int32_t rank, int32_t order_type) {
-    return order_type == HW_ORDER_C ? i + 1 : rank - i;
+// Calls pass(i, length, stride, batch) for each table entry i of the transform range, from
+// the slowest-varying: `stride` is the product of the entries after i, `batch` of those
+// before. Needs a nonzero total.
+template <typename Pass>
+void for_each_pass(const TransformDims &dims, Pass &&pass) {
+    uint32_t stride = dims.total, batch = 1;
+    for (int32_t i = 0; i < dims.last; ++i) {
+        stride /= dims.length[i];
+        if (i >= dims.first) pass(i, dims.length[i], stride, batch);
+        batch *= dims.length[i];
+    }
 }
+
+// Normalization flag 1 multiplies each of the first `count` complex values by the square
+// root of 1/n, flag 2 by 1/n, flag 0 leaves them.
+void normalize(double *data, size_t count, uint32_t flag, uint64_t n);
 
 }  // namespace hw::host

@@ -290,7 +290,7 @@ HostValue Host::rtable(const RTableSpec &shape, const void *initial) {
     o->bounds = shape.bounds;
     size_t count = 1;
     for (const auto &[lo, hi] : shape.bounds) count *= hi >= lo ? static_cast<size_t>(int64_t{hi} - lo + 1) : 0;
-    o->byte_size = count * element_size(shape.data_type);
+    o->byte_size = shape.unbacked ? 0 : count * element_size(shape.data_type);
     o->data = std::malloc(o->byte_size ? o->byte_size : 1);
     if (!o->data) throw std::bad_alloc();
     if (initial) std::memcpy(o->data, initial, o->byte_size);

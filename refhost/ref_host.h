@@ -41,6 +41,9 @@ struct RTableSpec {
     int32_t storage_type = HW_STORAGE_RECT;
     int32_t order_type = HW_ORDER_C;
     bool read_only = false;
+    // Bounds without storage behind them (the data block is empty), for rtables too large to
+    // exist that an entry must refuse before it touches their data.
+    bool unbacked = false;
 };
 
 // Bounds (1, n1), (1, n2), ... for the given lengths.

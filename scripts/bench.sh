@@ -8,5 +8,3 @@ cmake --build build-bench -j "$(nproc)" --target hw_bench
 # Some machines set OPENBLAS_CORETYPE and OPENBLAS_L2_SIZE for old OpenBLAS builds; they slow a
 # current one, so the comparison runs with OpenBLAS's own choice of kernel (the table's label).
 env -u OPENBLAS_CORETYPE -u OPENBLAS_L2_SIZE build-bench/bench/hw_bench "$@"
-# Reference figures for the wavelet rows, with Debian's interpreter where python3-pywt lives.
-/usr/bin/python3 bench/dwt_pywt.py

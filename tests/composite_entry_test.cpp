@@ -6,6 +6,7 @@
 
 namespace {
 
+using namespace hwtest;
 using refhost::Host;
 
 // Largest prime factor by plain trial division.
@@ -16,125 +17,64 @@ uint64_t largest_prime_factor(uint64_t n) {
     return n > 1 ? n : largest;
 }
 
-struct Found {
-    int64_t number;
-    int64_t prime;
-};
-
 // What the search must find: the first number of the range with the smallest largest prime
-// factor below start; a range holding a power of two gives that power of two.
-Found oracle(int64_t s, int64_t d) {
+// factor below start; a range holding a power of two gives that power of two; 2^31 cannot
+// be handed back, so the range ends at 2^31 - 1.
+std::pair<int64_t, int64_t> oracle(int64_t s, int64_t d) {
     if (s == 1) return {1, 1};
     int64_t p = 1;
     while (p < s) p *= 2;
     if (p <= s + d && p <= INT32_MAX) return {p, 2};
-    Found best{0, s};
+    std::pair<int64_t, int64_t> best{0, s};
     for (int64_t n = s; n <= std::min<int64_t>(s + d, INT32_MAX); ++n) {
         const int64_t f = static_cast<int64_t>(largest_prime_factor(static_cast<uint64_t>(n)));
-        if (f < best.prime) best = {n, f};
+        if (f < best.second) best = {n, f};
     }
     return best;
 }
 
-Found run(Host &h, int64_t s, int64_t d) {
-    const HostValue name = h.name("p");
-    const refhost::CallResult r = h.call(hwtest::entry("Composite"), {h.integer(s), h.integer(d), name});
-    EXPECT_TRUE(r.ok) << r.error;
-    if (!r.ok) return {-1, -1};
-    return {h.integer_value(r.value), h.integer_value(h.value_of(name))};
-}
-
-TEST(CompositeEntry, FindsTheDocumentedNumbers) {
-    const struct {
-        int64_t s, d, number, prime;
-    } cases[] = {
-        {1, 0, 1, 1},        {1, 99, 1, 1},      {2, 0, 2, 2},        {3, 1, 4, 2},
-        {3, 0, 0, 3},        {7, 0, 0, 7},       {9, 0, 9, 3},        {15, 0, 15, 5},
-        {5, 2, 6, 3},        {17, 2, 18, 3},     {97, 3, 100, 5},     {1025, 50, 1029, 7},
-        {1000, 23, 1000, 5}, {1000, 24, 1024, 2}, {2147483647, 0, 0, 2147483647},
-        {1073741824, 0, 1073741824, 2},
-        // The range reaches 2^31, which cannot be handed back: searched up to 2^31 - 1.
-        {2147483645, 10, -1, -1},
-    };
-    Host h;
-    for (const auto &c : cases) {
-        SCOPED_TRACE(testing::Message() << "Composite(" << c.s << ", " << c.d << ")");
-        const Found f = run(h, c.s, c.d);
-        const Found o = oracle(c.s, c.d);
-        EXPECT_EQ(f.number, o.number);
-        EXPECT_EQ(f.prime, o.prime);
-        if (c.number >= 0) {
-            EXPECT_EQ(f.number, c.number);
-            EXPECT_EQ(f.prime, c.prime);
-        }
-    }
-}
-
-TEST(CompositeEntry, AgreesWithBruteForceOnRandomRanges) {
+// The edge cases of the search (start 1, powers of two, primes, ties, the 2^31 end), then
+// random ranges, against the brute force; the results handed back in order.
+TEST(CompositeEntry, AgreesWithBruteForce) {
+    std::vector<std::pair<int64_t, int64_t>> ranges = {
+        {1, 0}, {1, 99}, {2, 0}, {3, 1}, {3, 0}, {7, 0}, {9, 0}, {5, 2}, {17, 2}, {97, 3}, {1025, 50},
+        {1000, 23}, {1000, 24}, {2147483647, 0}, {1073741824, 0}, {2147483645, 10}};
     std::mt19937_64 rng(7);
+    for (int i = 0; i < 300; ++i)
+        ranges.emplace_back(2 + int64_t(rng() % (i < 150 ? 5000 : 3000000)), int64_t(rng() % 60));
     Host h;
-    for (int i = 0; i < 300; ++i) {
-        const int64_t s = 2 + static_cast<int64_t>(rng() % (i < 150 ? 5000 : 3000000));
-        const int64_t d = static_cast<int64_t>(rng() % 60);
-        SCOPED_TRACE(testing::Message() << "Composite(" << s << ", " << d << ")");
-        const Found f = run(h, s, d), o = oracle(s, d);
-        EXPECT_EQ(f.number, o.number);
-        EXPECT_EQ(f.prime, o.prime);
+    const HostValue name = h.name("p");
+    for (const auto &[s, d] : ranges) {
+        const refhost::CallResult r = h.call(entry("Composite"), {h.integer(s), h.integer(d), name});
+        ASSERT_TRUE(r.ok) << r.error;
+        EXPECT_EQ(std::pair(h.integer_value(r.value), h.integer_value(h.value_of(name))), oracle(s, d))
+            << "Composite(" << s << ", " << d << ")";
     }
-}
-
-TEST(CompositeEntry, HandsBackResultsInOrder) {
-    Host h;
-    run(h, 1025, 50);
-    const std::vector<std::string> tail(h.log.end() - 3, h.log.end());
-    EXPECT_EQ(tail, (std::vector<std::string>{"host_from_int32", "host_assign", "host_from_int32"}));
+    EXPECT_EQ(std::vector<std::string>(h.log.end() - 3, h.log.end()),
+              (std::vector<std::string>{"host_from_int32", "host_assign", "host_from_int32"}));
 }
 
 TEST(CompositeEntry, RefusesBadArgumentsInOrder) {
-    struct Case {
-        const char *what;
-        std::vector<HostValue> (*args)(Host &);
-        const char *message;
-    };
-    const Case cases[] = {
-        {"two arguments", [](Host &h) { return std::vector<HostValue>{h.integer(5), h.integer(2)}; },
-         "incorrect number of arguments"},
-        {"float start", [](Host &h) { return std::vector<HostValue>{h.floating(5.0), h.floating(1.5), h.integer(1)}; },
-         "argument #1, the start number, must be a positive integer"},
-        {"float padding", [](Host &h) { return std::vector<HostValue>{h.integer(-5), h.floating(1.5), h.integer(1)}; },
-         "argument #2, the maximum padding, must be a nonnegative integer"},
-        {"no name", [](Host &h) { return std::vector<HostValue>{h.integer(-5), h.integer(-1), h.integer(1)}; },
-         "argument #3, the output maximum prime, must be a name"},
-        {"huge padding", [](Host &h) { return std::vector<HostValue>{h.integer(-5), h.big_integer(1LL << 31), h.name("p")}; },
-         "argument #2, the maximum padding, cannot exceed 2^31-1"},
-        {"negative padding", [](Host &h) { return std::vector<HostValue>{h.integer(-5), h.integer(-1), h.name("p")}; },
-         "argument #2, the maximum padding, must be a nonnegative integer"},
-        {"huge negative padding", [](Host &h) { return std::vector<HostValue>{h.integer(5), h.big_integer(-(1LL << 40)), h.name("p")}; },
-         "argument #2, the maximum padding, must be a nonnegative integer"},
-        {"huge start", [](Host &h) { return std::vector<HostValue>{h.big_integer(1LL << 31), h.integer(0), h.name("p")}; },
-         "argument #1, the start number, cannot exceed 2^31-1"},
-        {"huge immediate start", [](Host &h) { return std::vector<HostValue>{Host::immediate(1LL << 33), h.integer(0), h.name("p")}; },
-         "argument #1, the start number, cannot exceed 2^31-1"},
-        {"zero start", [](Host &h) { return std::vector<HostValue>{h.integer(0), h.integer(0), h.name("p")}; },
-         "argument #1, the start number, must be a positive integer"},
-    };
-    for (const Case &c : cases) {
-        SCOPED_TRACE(c.what);
-        Host h;
-        const HostValue name = h.name("p");
-        const refhost::CallResult r = h.call(hwtest::entry("Composite"), c.args(h));
-        EXPECT_FALSE(r.ok);
-        EXPECT_EQ(r.error, c.message);
-        EXPECT_FALSE(h.is_assigned(name));
-    }
+    const std::string start = "argument #1, the start number, ", padding = "argument #2, the maximum padding, ";
+    expect_untouched("Composite", {
+        {{I(5), I(2)}, "incorrect number of arguments"},
+        {{F(), F(), I(1)}, start + "must be a positive integer"},
+        {{I(-5), F(), I(1)}, padding + "must be a nonnegative integer"},
+        {{I(-5), I(-1), I(1)}, "argument #3, the output maximum prime, must be a name"},
+        {{I(-5), I(1LL << 31), N()}, padding + "cannot exceed 2^31-1"},
+        {{I(-5), I(-1), N()}, padding + "must be a nonnegative integer"},
+        {{I(5), I(-(1LL << 40)), N()}, padding + "must be a nonnegative integer"},
+        {{I(1LL << 31), I(0), N()}, start + "cannot exceed 2^31-1"},
+        {{Word(1LL << 33), I(0), N()}, start + "cannot exceed 2^31-1"},
+        {{I(0), I(0), N()}, start + "must be a positive integer"},
+    });
 }
 
+// 2^31 - 1 as a big integer (a 32-bit host cannot hold it as an immediate).
 TEST(CompositeEntry, AcceptsBigIntegersWithinRange) {
     Host h;
     const HostValue name = h.name("p");
-    // 2^31 - 1 as a big integer (a 32-bit host cannot hold it as an immediate).
-    const refhost::CallResult r =
-        h.call(hwtest::entry("Composite"), {h.big_integer(2147483647), h.big_integer(0), name});
+    const refhost::CallResult r = h.call(entry("Composite"), {h.big_integer(2147483647), h.big_integer(0), name});
     ASSERT_TRUE(r.ok) << r.error;
     EXPECT_EQ(h.integer_value(r.value), 0);
     EXPECT_EQ(h.integer_value(h.value_of(name)), 2147483647);

@@ -1,6 +1,5 @@
-// Test support for the Fourier transforms: complex rtables, a long-double oracle that
-// transforms along the axes of an array in storage order, and a compact way to write the
-// argument lists of refused calls.
+// Test support for the Fourier transforms: complex rtables and a long-double oracle that
+// transforms along the axes of an array in storage order.
 #pragma once
 
 #include <algorithm>
@@ -33,6 +32,11 @@ inline HostValue complex_rtable(refhost::Host &h, const std::vector<int32_t> &di
     const HostValue rt = h.rtable(shape, values.data());
     EXPECT_EQ(h.element_count(rt), values.size());
     return rt;
+}
+
+inline std::vector<double> as_doubles(const std::vector<cplx> &v) {
+    const double *p = reinterpret_cast<const double *>(v.data());
+    return std::vector<double>(p, p + 2 * v.size());
 }
 
 inline std::vector<cplx> complexes(refhost::Host &h, HostValue rt) {
@@ -106,79 +110,6 @@ inline double relative_error(const std::vector<cplx> &got, const std::vector<cpl
         size = std::max(size, std::abs(want[i]));
     }
     return got.size() == want.size() ? diff / size : INFINITY;
-}
-
-// ---- argument lists of refused calls, one line per case
-
-enum RTableFlags : int { kReal = 1, kSparse = 2, kOtherOrder = 4, kReadOnly = 8, kHuge = 16 };
-
-struct Arg {
-    enum Kind { Int, Float, Name, Table, Same } kind;
-    int64_t value = 0;  // integer value, or argument index for Same
-    std::vector<int32_t> dims = {};
-    int flags = 0;
-};
-inline Arg I(int64_t v) { return {Arg::Int, v}; }
-inline Arg F() { return {Arg::Float}; }
-inline Arg N() { return {Arg::Name}; }
-inline Arg T(std::vector<int32_t> dims, int flags = 0) { return {Arg::Table, 0, std::move(dims), flags}; }
-inline Arg Same(int64_t index) { return {Arg::Same, index}; }
-
-struct Refusal { const char *what; std::vector<Arg> args; const char *message; };
-
-// Upper bounds of kHuge rtables read 1024 times larger, so that a small rtable claims more
-// than 2^31 - 1 elements without the storage behind it.
-inline std::vector<HostValue> g_huge;
-inline host_rtable_upper_fn g_real_upper;
-inline int huge_upper(HostValue rt, int d) {
-    const int upper = g_real_upper(rt, d);
-    return std::count(g_huge.begin(), g_huge.end(), rt) ? upper * 1024 : upper;
-}
-
-inline std::vector<HostValue> make_args(refhost::Host &h, const std::vector<Arg> &args) {
-    std::vector<HostValue> words;
-    g_huge.clear();
-    for (const Arg &a : args) {
-        switch (a.kind) {
-        case Arg::Int: words.push_back(h.integer(a.value)); break;
-        case Arg::Float: words.push_back(h.floating(0.5)); break;
-        case Arg::Name: words.push_back(h.name("x")); break;
-        case Arg::Same: words.push_back(words[static_cast<size_t>(a.value)]); break;
-        case Arg::Table: {
-            refhost::RTableSpec shape{{}, a.flags & kReal ? HW_DATATYPE_DOUBLE : HW_DATATYPE_COMPLEX,
-                                     a.flags & kSparse ? int32_t{refhost::kSparseStorage} : int32_t{HW_STORAGE_RECT},
-                                     a.flags & kOtherOrder ? int32_t{refhost::kFortranOrder} : int32_t{HW_ORDER_C},
-                                     (a.flags & kReadOnly) != 0};
-            for (int32_t d : a.dims) shape.bounds.emplace_back(1, d);
-            words.push_back(h.rtable(shape));
-            std::memset(h.data(words.back()), 0x3C, h.byte_size(words.back()));
-            if (a.flags & kHuge) g_huge.push_back(words.back());
-            break;
-        }
-        }
-    }
-    g_real_upper = reinterpret_cast<host_rtable_upper_fn>(h.kernel()->slot[HOST_SLOT_RTABLE_UPPER]);
-    h.kernel()->slot[HOST_SLOT_RTABLE_UPPER] = reinterpret_cast<HostSlot>(&huge_upper);
-    return words;
-}
-
-// Each call fails with its message, creates no rtable and leaves every rtable as it was.
-inline void expect_refusals(const char *entry_name, const std::vector<Refusal> &cases) {
-    for (const Refusal &c : cases) {
-        SCOPED_TRACE(c.what);
-        refhost::Host h;
-        const std::vector<HostValue> args = make_args(h, c.args);
-        std::vector<std::vector<uint8_t>> before;
-        for (HostValue a : args) before.push_back(h.is_rtable(a) ? h.bytes(a) : std::vector<uint8_t>{});
-        const refhost::CallResult r = h.call(entry(entry_name), args);
-        EXPECT_FALSE(r.ok);
-        EXPECT_EQ(r.error, c.message);
-        EXPECT_TRUE(h.created.empty());
-        for (size_t i = 0; i < args.size(); ++i)
-            if (h.is_rtable(args[i])) {
-                EXPECT_EQ(h.bytes(args[i]), before[i]) << "argument " << i + 1;
-            }
-    }
 }
 
 }  // namespace hwtest

@@ -1,174 +1,158 @@
-// ehw_DWTinv: rebuilds signals from the two coefficient sets of ehw_DWT.
+// ehw_DWTinv: rebuilds signals from the two coefficient sets of ehw_DWT. This file holds the
+// order of the steps, the result codes and the end-condition-1 tail system; the per-signal work
+// runs on the best instruction-set level (wavelet/dwt_inverse_simd.cpp).
 #include <cmath>
-#include <cstddef>
 #include <cstdlib>
 
 #include "hw.h"
+#include "wavelet/dwt_engines.h"
+
+namespace hw::wavelet {
+
+using simd::Isa;
 
 namespace {
 
-struct InverseJob {
-    double *data;
-    ptrdiff_t skip, tskip, offset;
-    ptrdiff_t n;
-    const double *h, *g;
-    ptrdiff_t taps;
-    const double *first;
-    ptrdiff_t fskip, ftskip, foffset;
-    const double *second;
-    ptrdiff_t sskip, stskip, soffset;
-};
+double determinant(const Transform &w) { return w.h[0] * w.g[1] - w.h[1] * w.g[0]; }
 
-// Accessors for signal t: sample i, coefficients k of the first and second set.
-struct Signal {
-    const InverseJob &w;
-    ptrdiff_t t;
-    double &x(ptrdiff_t i) const { return w.data[w.offset + t * w.tskip + i * w.skip]; }
-    double c(ptrdiff_t k) const { return w.first[w.foffset + t * w.ftskip + k * w.fskip]; }
-    double d(ptrdiff_t k) const { return w.second[w.soffset + t * w.stskip + k * w.sskip]; }
-};
-
-// Solves window k for x(2k) and x(2k + 1) through taps 0 and 1, after removing the
-// contribution of the samples already rebuilt to its right.
-void back_substitute(const Signal &s, ptrdiff_t k, double q) {
-    const InverseJob &w = s.w;
-    double cp = s.c(k), dp = s.d(k);
-    if (w.taps > 2 && w.n > 2 * k + 2) {
-        for (ptrdiff_t j = 2; j < w.taps && 2 * k + j < w.n; ++j) {
-            cp = cp - s.x(2 * k + j) * w.h[j];
-            dp = dp - s.x(2 * k + j) * w.g[j];
-        }
-    }
-    s.x(2 * k) = (cp * w.g[1] - dp * w.h[1]) * q;
-    s.x(2 * k + 1) = (dp * w.h[0] - cp * w.g[0]) * q;
-}
-
-int32_t zero_end(const InverseJob &w, ptrdiff_t count) {
-    const double det = w.h[0] * w.g[1] - w.h[1] * w.g[0];
-    if (det == 0.0) return 2;
-    if (count < 1) return 0;
-    const double q = 1.0 / det;
+int32_t zero_end(Isa isa, const Transform &w) {
+    const double det = determinant(w);
+    if (det == 0.0) return HW_DWT_MASK_NOT_INVERTIBLE;
+    if (w.count < 1) return HW_OK;
     const ptrdiff_t last = (w.n + 1) / 2 - 1;
-    for (ptrdiff_t t = 0; t < count; ++t) {
-        const Signal s{w, t};
-        if (w.n % 2 == 1) {
-            s.x(w.n - 1) = (w.g[1] * s.c(last) - w.h[1] * s.d(last)) * q;
-        } else {
-            s.x(w.n - 2) = (w.g[1] * s.c(last) - w.h[1] * s.d(last)) * q;
-            s.x(w.n - 1) = (w.h[0] * s.d(last) - w.g[0] * s.c(last)) * q;
+    HW_PICK(isa, dwt_back_substitution)(w, 0, w.count, last - 1, true, order_free(w, true), 1.0 / det);
+    return HW_OK;
+}
+
+// The inverted tail system: R in the right block, rows x (rows + unknowns), row by row.
+struct Tail {
+    const Transform &w;
+    TailShape shape;
+    const double *system;
+    double cond;
+
+    double r(ptrdiff_t i, ptrdiff_t j) const { return system[i * (shape.rows + shape.unknowns) + shape.unknowns + j]; }
+    // The coefficients of the tail windows, c and d alternating.
+    double v(ptrdiff_t t, ptrdiff_t j) const {
+        const ptrdiff_t k = (w.n + 1) / 2 - shape.rows / 2 + j / 2;
+        return j % 2 == 0 ? w.first[w.c.offset + t * w.c.tskip + k * w.c.skip]
+                          : w.second[w.d.offset + t * w.d.tskip + k * w.d.skip];
+    }
+    // With one equation more than unknowns (odd n), the last row of R must annihilate v.
+    bool consistent(ptrdiff_t t) const {
+        if (shape.rows == shape.unknowns) return true;
+        double rho = 0.0, sigma = 0.0;
+        for (ptrdiff_t j = 0; j < shape.rows; ++j) {
+            rho = rho + r(shape.rows - 1, j) * v(t, j);
+            sigma = sigma + std::fabs(v(t, j));
         }
-        for (ptrdiff_t k = last - 1; k >= 0; --k) back_substitute(s, k, q);
+        return !(std::fabs(rho) > sigma * 5.0 * cond * 2e-16);
     }
-    return 0;
-}
+    void write(ptrdiff_t t) const {
+        for (ptrdiff_t i = 0; i < shape.unknowns; ++i) {
+            double sum = 0.0;
+            for (ptrdiff_t j = 0; j < shape.rows; ++j) sum = sum + r(i, j) * v(t, j);
+            w.samples[w.x.offset + t * w.x.tskip + (w.n - shape.unknowns + i) * w.x.skip] = sum;
+        }
+    }
+};
 
-int32_t periodic_end(const InverseJob &w, ptrdiff_t count) {
-    if (count < 1) return 0;
-    for (ptrdiff_t t = 0; t < count; ++t)
-        for (ptrdiff_t i = 0; i < w.n; ++i) Signal{w, t}.x(i) = 0.0;
-    for (ptrdiff_t t = 0; t < count; ++t) {
-        const Signal s{w, t};
-        for (ptrdiff_t k = 0; k < w.n / 2; ++k)
-            for (ptrdiff_t j = 0; j < w.taps; ++j) {
-                double &x = s.x((2 * k + j) % w.n);
-                x = (w.h[j] * s.c(k) + w.g[j] * s.d(k)) + x;
-            }
-    }
-    return 0;
-}
-
-// The mirrored end: the last windows read reflected samples, so the tail samples are solved
-// together through the inverse of their system; the rest follows by back-substitution.
-int32_t mirror_end(const InverseJob &w, ptrdiff_t count) {
-    const ptrdiff_t n = w.n, taps = w.taps;
-    ptrdiff_t rows, unknowns;
-    if (n % 2 == 0) {
-        rows = unknowns = taps % 2 == 0 ? taps : taps - 1;
-    } else if (taps % 2 == 1) {
-        rows = taps + 1;
-        unknowns = taps;
-    } else {
-        rows = taps + 2;
-        unknowns = taps + 1;
-    }
-    const ptrdiff_t width = rows + unknowns;
-    double *system = static_cast<double *>(std::malloc(sizeof(double) * static_cast<size_t>(rows * width)));
-    if (system == nullptr) return 1;
-    auto at = [&](ptrdiff_t r, ptrdiff_t col) -> double & { return system[r * width + col]; };
+// Builds A (the tail windows over the tail samples, mirrored taps folded back) beside the
+// identity, inverts it, then rebuilds every signal: its tail through R, its head by
+// back-substitution.
+int32_t solve_mirror_end(Isa isa, const Transform &w, TailShape shape, double *system) {
+    const ptrdiff_t rows = shape.rows, unknowns = shape.unknowns, width = rows + unknowns;
     for (ptrdiff_t i = 0; i < rows * width; ++i) system[i] = 0.0;
-    for (ptrdiff_t i = 0; i < rows; ++i) at(i, unknowns + i) = 1.0;
+    for (ptrdiff_t i = 0; i < rows; ++i) system[i * width + unknowns + i] = 1.0;
     for (ptrdiff_t s = 0; s < rows; s += 2)
-        for (ptrdiff_t j = 0; j < taps; ++j) {
+        for (ptrdiff_t j = 0; j < w.taps; ++j) {
             ptrdiff_t q = s + j;
             if (q >= unknowns) q = 2 * unknowns - 2 - q;
-            at(s, q) += w.h[j];
-            at(s + 1, q) += w.g[j];
+            system[s * width + q] += w.h[j];
+            system[(s + 1) * width + q] += w.g[j];
         }
+    // rows + unknowns fits in 32 bits whenever the system's bytes fit in size_t.
     double cond = 0.0;
     const int32_t e = ehw_GEMatrixInv(system, static_cast<int32_t>(rows), static_cast<int32_t>(width), &cond);
-    if (e != 0) {
-        std::free(system);
-        return 10 + e;
+    if (e != HW_OK) return HW_DWT_TAIL_OFFSET + e;
+    if (w.count < 1) return HW_OK;
+
+    const Tail tail{w, shape, system, cond};
+    const double det = determinant(w);
+    if (det == 0.0) {  // found after the first signal's tail is written
+        if (!tail.consistent(0)) return HW_DWT_INCONSISTENT;
+        tail.write(0);
+        return HW_DWT_MASK_NOT_INVERTIBLE;
     }
-    if (count < 1) {
-        std::free(system);
-        return 0;
+    const auto back_substitution = HW_PICK(isa, dwt_back_substitution);
+    const ptrdiff_t k_first = (w.n - unknowns - 1) / 2;  // rounded toward zero: 0 when there is no head
+    const bool any_order = order_free(w, true);
+    // Signals in groups: the tails one by one, then the heads side by side. A group stops at its
+    // first inconsistent signal, after completing the ones before it.
+    const ptrdiff_t group = any_order ? 64 : 1;
+    for (ptrdiff_t t0 = 0; t0 < w.count; t0 += group) {
+        const ptrdiff_t t1 = w.count - t0 < group ? w.count : t0 + group;
+        ptrdiff_t t = t0;
+        for (; t < t1 && tail.consistent(t); ++t) tail.write(t);
+        back_substitution(w, t0, t, k_first, false, any_order, 1.0 / det);
+        if (t < t1) return HW_DWT_INCONSISTENT;
     }
-    auto r = [&](ptrdiff_t i, ptrdiff_t j) { return at(i, unknowns + j); };
-    const ptrdiff_t k0 = (n + 1) / 2 - rows / 2;
-    const ptrdiff_t head = n - unknowns;
-    for (ptrdiff_t t = 0; t < count; ++t) {
-        const Signal s{w, t};
-        // The coefficient vector of the tail windows, c and d interleaved, read in place.
-        auto v = [&](ptrdiff_t j) { return j % 2 == 0 ? s.c(k0 + j / 2) : s.d(k0 + j / 2); };
-        if (rows > unknowns) {
-            double rho = 0.0, sigma = 0.0;
-            for (ptrdiff_t j = 0; j < rows; ++j) {
-                rho = rho + r(rows - 1, j) * v(j);
-                sigma = sigma + std::fabs(v(j));
-            }
-            if (std::fabs(rho) > sigma * 5.0 * cond * 2e-16) {
-                std::free(system);
-                return 14;
-            }
-        }
-        for (ptrdiff_t i = 0; i < unknowns; ++i) {
-            double sum = 0.0;
-            for (ptrdiff_t j = 0; j < rows; ++j) sum = sum + r(i, j) * v(j);
-            s.x(head + i) = sum;
-        }
-        const double det = w.h[0] * w.g[1] - w.h[1] * w.g[0];
-        if (det == 0.0) {
-            std::free(system);
-            return 2;
-        }
-        const double q = 1.0 / det;
-        // With no head (head == 0) window 0 is still solved once more, as the tail left it.
-        for (ptrdiff_t k = (head - 1) / 2; k >= 0; --k) back_substitute(s, k, q);
-    }
+    return HW_OK;
+}
+
+// The tail system is allocated and released here only.
+int32_t mirror_end(Isa isa, const Transform &w) {
+    const TailShape shape = tail_shape(w.n, w.taps);
+    size_t bytes = 0;
+    if (!tail_system_bytes(shape, &bytes)) return HW_DWT_NO_MEMORY;
+    double *system = static_cast<double *>(std::malloc(bytes));
+    if (system == nullptr) return HW_DWT_NO_MEMORY;
+    const int32_t result = solve_mirror_end(isa, w, shape, system);
     std::free(system);
-    return 0;
+    return result;
 }
 
 }  // namespace
+
+// rows is even and n - unknowns is even: the tail windows are the last rows / 2.
+TailShape tail_shape(ptrdiff_t n, ptrdiff_t taps) {
+    if (n % 2 == 0) return taps % 2 == 0 ? TailShape{taps, taps} : TailShape{taps - 1, taps - 1};
+    return taps % 2 == 1 ? TailShape{taps + 1, taps} : TailShape{taps + 2, taps + 1};
+}
+
+bool tail_system_bytes(TailShape shape, size_t *bytes) {
+    size_t cells = 0;
+    return !__builtin_mul_overflow(static_cast<size_t>(shape.rows), static_cast<size_t>(shape.rows + shape.unknowns),
+                                   &cells) &&
+           !__builtin_mul_overflow(cells, sizeof(double), bytes);
+}
+
+int32_t inverse_transform(Isa isa, const Transform &w) {
+    switch (w.end_flag) {
+    case 0:
+    case 1:
+        // Taps 0 and 1 of both masks form each window's system; a one-tap bank loses the odd
+        // samples, so nothing can be rebuilt.
+        if (w.taps < 2) return HW_DWT_MASK_NOT_INVERTIBLE;
+        return w.end_flag == 0 ? zero_end(isa, w) : mirror_end(isa, w);
+    case 2:
+        if (w.count >= 1) HW_PICK(isa, dwt_periodic_synthesis)(w);
+        return HW_OK;
+    default: return HW_OK;
+    }
+}
+
+}  // namespace hw::wavelet
 
 extern "C" int32_t ehw_DWTinv(double *data, int32_t data_skip, int32_t data_tskip, int32_t data_offset,
                               int32_t length, int32_t count, const double *high_pass, const double *low_pass,
                               int32_t filter_length, int32_t end_flag, const double *first, int32_t first_skip,
                               int32_t first_tskip, int32_t first_offset, const double *second,
                               int32_t second_skip, int32_t second_tskip, int32_t second_offset) {
-    const InverseJob w{data,          data_skip,   data_tskip,   data_offset,  length,
-                       high_pass,     low_pass,    filter_length, first,       first_skip,
-                       first_tskip,   first_offset, second,      second_skip,  second_tskip,
-                       second_offset};
-    switch (end_flag) {
-    case 0:
-    case 1:
-        // Taps 0 and 1 of both masks form each window's system; a one-tap bank loses the odd
-        // samples, so nothing can be rebuilt.
-        if (filter_length < 2) return 2;
-        return end_flag == 0 ? zero_end(w, count) : mirror_end(w, count);
-    case 2: return periodic_end(w, count);
-    default: return 0;
-    }
+    // The record has one pointer type for every set; the inverse never writes the coefficients.
+    const hw::wavelet::Transform w{data, {data_skip, data_tskip, data_offset}, length, count, high_pass, low_pass,
+                                   filter_length, end_flag,
+                                   const_cast<double *>(first), {first_skip, first_tskip, first_offset},
+                                   const_cast<double *>(second), {second_skip, second_tskip, second_offset}};
+    return hw::wavelet::inverse_transform(hw::simd::best_isa(), w);
 }

@@ -1,0 +1,183 @@
+// ehw_DWT on one instruction-set level: one level of two-channel wavelet analysis over a
+// strided set of signals. Every output starts at 0.0 and receives each tap's product in turn
+// (high pass into `first`, low pass into `second`), rounded after every addition. The kernels
+// keep that order for each output and only choose which outputs share a vector: neighbouring
+// windows of one signal, or the same window of neighbouring signals when they interleave.
+#include "wavelet/dwt_lanes.h"
+
+namespace hw::HW_ISA_NS {
+namespace {
+
+constexpr int kBlocks = 2;        // vectors of windows in flight along a signal
+constexpr int kSignalBlocks = 4;  // vectors of signals in flight across signals
+
+// Index of the sample that window position i reads, or -1 when it contributes nothing.
+inline ptrdiff_t extended_index(ptrdiff_t i, ptrdiff_t n, int32_t end_flag) {
+    if (i < n) return i;
+    if (end_flag == 1) return 2 * n - 2 - i;
+    if (end_flag == 2) return i % n;
+    return -1;
+}
+
+// Window k of signal t in the defined order. InPlace keeps the partial sums in the outputs
+// themselves: the path for layouts where outputs may share elements with each other or with
+// the samples. Otherwise they stay in registers until the end.
+template <bool Interior, bool InPlace = false>
+void window(const Transform &w, ptrdiff_t t, ptrdiff_t k) {
+    const double *x = w.samples + at(w.x, t, 0);
+    double *c = w.first + at(w.c, t, k);
+    double *d = w.second + at(w.d, t, k);
+    double sc = 0.0, sd = 0.0;
+    if (InPlace) *c = 0.0, *d = 0.0;
+    for (ptrdiff_t j = 0; j < w.taps; ++j) {
+        const ptrdiff_t i = Interior ? 2 * k + j : extended_index(2 * k + j, w.n, w.end_flag);
+        if (i < 0) continue;
+        const double s = x[i * w.x.skip];
+        if (InPlace) {
+            *c = *c + s * w.h[j];
+            *d = *d + s * w.g[j];
+        } else {
+            sc = sc + s * w.h[j];
+            sd = sd + s * w.g[j];
+        }
+    }
+    if (!InPlace) *c = sc, *d = sd;
+}
+
+// Blocks * kLanes neighbouring windows of one signal with contiguous samples; x is sample 2k
+// of the first, c and d its outputs. Lane l of a vector is window k + l: tap j reads the even
+// or odd lanes of the samples from 2k + j on. Reads up to x[2 * (windows - 1) + taps + taps % 2 - 1].
+template <int Blocks>
+void windows_along(const double *x, const double *h, const double *g, ptrdiff_t taps, double *c, ptrdiff_t cskip,
+                   double *d, ptrdiff_t dskip) {
+    vdouble sc[Blocks], sd[Blocks];
+    for (int u = 0; u < Blocks; ++u) sc[u] = sd[u] = vdouble{};
+    ptrdiff_t j = 0;
+    for (; j + 1 < taps; j += 2) {
+        const vdouble h0 = broadcast(h[j]), g0 = broadcast(g[j]), h1 = broadcast(h[j + 1]), g1 = broadcast(g[j + 1]);
+        for (int u = 0; u < Blocks; ++u) {
+            const double *p = x + 2 * u * kLanes + j;
+            const vdouble a = load(p), b = load(p + kLanes);
+            const vdouble even = from_pair<even_lane>(a, b), odd = from_pair<odd_lane>(a, b);
+            sc[u] = sc[u] + even * h0;
+            sd[u] = sd[u] + even * g0;
+            sc[u] = sc[u] + odd * h1;
+            sd[u] = sd[u] + odd * g1;
+        }
+    }
+    if (j < taps) {
+        const vdouble h0 = broadcast(h[j]), g0 = broadcast(g[j]);
+        for (int u = 0; u < Blocks; ++u) {
+            const double *p = x + 2 * u * kLanes + j;
+            const vdouble even = from_pair<even_lane>(load(p), load(p + kLanes));
+            sc[u] = sc[u] + even * h0;
+            sd[u] = sd[u] + even * g0;
+        }
+    }
+    for (int u = 0; u < Blocks; ++u) {
+        store_lanes(c + u * kLanes * cskip, cskip, sc[u]);
+        store_lanes(d + u * kLanes * dskip, dskip, sd[u]);
+    }
+}
+
+// Data skip 1: each signal's windows, vectors first, then the rest one by one.
+void forward_along(const Transform &w, ptrdiff_t coeffs, ptrdiff_t interior) {
+    const ptrdiff_t reach = w.n - w.taps - w.taps % 2;  // windows k with 2k <= reach stay in the signal
+    const ptrdiff_t safe = reach < 0 ? 0 : reach / 2 + 1;
+    constexpr ptrdiff_t step = kBlocks * kLanes;
+    for (ptrdiff_t t = 0; t < w.count; ++t) {
+        const double *x = w.samples + at(w.x, t, 0);
+        ptrdiff_t k = 0;
+        for (; k + step <= safe; k += step)
+            windows_along<kBlocks>(x + 2 * k, w.h, w.g, w.taps, w.first + at(w.c, t, k), w.c.skip,
+                                   w.second + at(w.d, t, k), w.d.skip);
+        for (; k + kLanes <= safe; k += kLanes)
+            windows_along<1>(x + 2 * k, w.h, w.g, w.taps, w.first + at(w.c, t, k), w.c.skip, w.second + at(w.d, t, k),
+                             w.d.skip);
+        for (; k < interior; ++k) window<true>(w, t, k);
+        for (; k < coeffs; ++k) window<false>(w, t, k);
+    }
+}
+
+// Window k of signals t .. t + Blocks * kLanes - 1, whose samples lie side by side (transform
+// skip 1). Windows reaching past the end take their samples through the end condition.
+template <int Blocks>
+void window_across(const Transform &w, ptrdiff_t t, ptrdiff_t k, bool interior) {
+    vdouble sc[Blocks], sd[Blocks];
+    for (int u = 0; u < Blocks; ++u) sc[u] = sd[u] = vdouble{};
+    const double *x = w.samples + at(w.x, t, 0);
+    for (ptrdiff_t j = 0; j < w.taps; ++j) {
+        const ptrdiff_t i = interior ? 2 * k + j : extended_index(2 * k + j, w.n, w.end_flag);
+        if (i < 0) continue;
+        const double *p = x + i * w.x.skip;
+        const vdouble hj = broadcast(w.h[j]), gj = broadcast(w.g[j]);
+        for (int u = 0; u < Blocks; ++u) {
+            const vdouble s = load(p + u * kLanes);
+            sc[u] = sc[u] + s * hj;
+            sd[u] = sd[u] + s * gj;
+        }
+    }
+    // The two rows the next window reads first: each window starts two rows further on, and
+    // the hardware does not follow streams that short.
+    if (interior && 2 * k + w.taps + 1 < w.n)
+        for (int u = 0; u < Blocks; ++u) {
+            __builtin_prefetch(x + (2 * k + w.taps) * w.x.skip + u * kLanes);
+            __builtin_prefetch(x + (2 * k + w.taps + 1) * w.x.skip + u * kLanes);
+        }
+    for (int u = 0; u < Blocks; ++u) {
+        store_lanes(w.first + at(w.c, t + u * kLanes, k), w.c.tskip, sc[u]);
+        store_lanes(w.second + at(w.d, t + u * kLanes, k), w.d.tskip, sd[u]);
+    }
+}
+
+// Signals in bands of kBand, each band from the first window to the last, so that the rows a
+// window reads are still in the first-level cache for the next window.
+constexpr ptrdiff_t kBand = 8 * kSignalBlocks * kLanes;
+
+void forward_across(const Transform &w, ptrdiff_t coeffs) {
+    for (ptrdiff_t band = 0; band < w.count; band += kBand) {
+        const ptrdiff_t band_end = w.count - band < kBand ? w.count : band + kBand;
+        for (ptrdiff_t k = 0; k < coeffs; ++k) {
+            const bool interior = 2 * k + w.taps <= w.n;
+            ptrdiff_t t = band;
+            for (; t + kSignalBlocks * kLanes <= band_end; t += kSignalBlocks * kLanes)
+                window_across<kSignalBlocks>(w, t, k, interior);
+            for (; t + kLanes <= band_end; t += kLanes) window_across<1>(w, t, k, interior);
+            for (; t < band_end; ++t) interior ? window<true>(w, t, k) : window<false>(w, t, k);
+        }
+    }
+}
+
+}  // namespace
+
+int32_t dwt_forward(const Transform &w) {
+    const ptrdiff_t coeffs = (w.n + 1) / 2;
+    ptrdiff_t interior = coeffs - (w.taps + 1) / 2;  // windows that never reach past the end
+    if (interior < 0) interior = 0;
+    if (w.count < 1) return 0;
+    if (wavelet::order_free(w, false)) {
+        if (w.x.skip == 1) {
+            forward_along(w, coeffs, interior);
+            return 0;
+        }
+        if (w.x.tskip == 1) {
+            forward_across(w, coeffs);
+            return 0;
+        }
+    }
+    // Signals outer when the data skip is at most the transform skip, windows outer otherwise.
+    if (w.x.skip <= w.x.tskip) {
+        for (ptrdiff_t t = 0; t < w.count; ++t) {
+            for (ptrdiff_t k = 0; k < interior; ++k) window<true, true>(w, t, k);
+            for (ptrdiff_t k = interior; k < coeffs; ++k) window<false, true>(w, t, k);
+        }
+    } else {
+        for (ptrdiff_t k = 0; k < interior; ++k)
+            for (ptrdiff_t t = 0; t < w.count; ++t) window<true, true>(w, t, k);
+        for (ptrdiff_t k = interior; k < coeffs; ++k)
+            for (ptrdiff_t t = 0; t < w.count; ++t) window<false, true>(w, t, k);
+    }
+    return 0;
+}
+
+}  // namespace hw::HW_ISA_NS

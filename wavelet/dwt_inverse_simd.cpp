@@ -1,0 +1,249 @@
+// The signal-by-signal work of ehw_DWTinv on one instruction-set level: the periodic synthesis
+// and the back-substitution of end conditions 0 and 1. Each sample receives its terms in the
+// order of the definition; the kernels only choose which samples share a vector.
+#include "wavelet/dwt_lanes.h"
+
+namespace hw::HW_ISA_NS {
+namespace {
+
+constexpr int kBlocks = 2;        // vectors of sample pairs in flight along a signal
+constexpr int kSignalBlocks = 4;  // vectors of signals in flight across signals
+constexpr int kChains = 4;        // signals solved side by side in scalar registers
+
+// ---------------------------------------------------------------- end condition 2
+
+// The windows k whose tap j = (i - 2k) mod n reaches sample i, in the order the definition adds
+// their terms (k ascending): first those reaching it directly, then those wrapping past the end.
+template <class Term>
+inline void for_each_term(ptrdiff_t i, ptrdiff_t n, ptrdiff_t taps, Term term) {
+    const ptrdiff_t last_window = n / 2 - 1;
+    const ptrdiff_t direct_from = i - taps + 1;
+    ptrdiff_t k = direct_from <= 0 ? 0 : (direct_from + 1) / 2;
+    for (const ptrdiff_t end = i / 2 < last_window ? i / 2 : last_window; k <= end; ++k) term(k, i - 2 * k);
+    k = (i + n - taps + 2) / 2;  // i + n - taps + 1 >= 1: halved and rounded up
+    for (const ptrdiff_t end = (i + n) / 2 < last_window ? (i + n) / 2 : last_window; k <= end; ++k)
+        term(k, i + n - 2 * k);
+}
+
+// The definition itself: every sample of every signal cleared, then each window's terms added
+// in memory. For layouts where samples share elements with each other or the coefficients.
+void synthesis_in_definition_order(const Transform &w) {
+    for (ptrdiff_t t = 0; t < w.count; ++t)
+        for (ptrdiff_t i = 0; i < w.n; ++i) w.samples[at(w.x, t, i)] = 0.0;
+    for (ptrdiff_t t = 0; t < w.count; ++t)
+        for (ptrdiff_t k = 0; k < w.n / 2; ++k)
+            for (ptrdiff_t j = 0; j < w.taps; ++j) {
+                double &x = w.samples[at(w.x, t, (2 * k + j) % w.n)];
+                x = (w.h[j] * w.first[at(w.c, t, k)] + w.g[j] * w.second[at(w.d, t, k)]) + x;
+            }
+}
+
+double sample_from_terms(const Transform &w, ptrdiff_t t, ptrdiff_t i) {
+    double x = 0.0;
+    for_each_term(i, w.n, w.taps, [&](ptrdiff_t k, ptrdiff_t j) {
+        x = (w.h[j] * w.first[at(w.c, t, k)] + w.g[j] * w.second[at(w.d, t, k)]) + x;
+    });
+    return x;
+}
+
+// Samples 2m .. 2m + 2 * kBlocks * kLanes - 1 of one contiguous signal, none of whose terms
+// wraps: (taps - 1) / 2 <= m and m + kBlocks * kLanes <= n / 2. Lane l of the even vector is
+// sample 2(m + l), which takes the even taps from the largest down (windows ascending); the odd
+// vector likewise with the odd taps. x is sample 2m, c and d coefficient m.
+void pairs_along(double *x, const double *c, const double *d, const double *h, const double *g, ptrdiff_t taps) {
+    vdouble even[kBlocks], odd[kBlocks];
+    for (int u = 0; u < kBlocks; ++u) even[u] = odd[u] = vdouble{};
+    for (ptrdiff_t j = (taps - 1) & ~ptrdiff_t{1}; j >= 0; j -= 2) {
+        const vdouble hj = broadcast(h[j]), gj = broadcast(g[j]);
+        for (int u = 0; u < kBlocks; ++u)
+            even[u] = (hj * load(c - j / 2 + u * kLanes) + gj * load(d - j / 2 + u * kLanes)) + even[u];
+    }
+    for (ptrdiff_t j = taps % 2 == 0 ? taps - 1 : taps - 2; j >= 1; j -= 2) {
+        const vdouble hj = broadcast(h[j]), gj = broadcast(g[j]);
+        for (int u = 0; u < kBlocks; ++u)
+            odd[u] = (hj * load(c - j / 2 + u * kLanes) + gj * load(d - j / 2 + u * kLanes)) + odd[u];
+    }
+    for (int u = 0; u < kBlocks; ++u) {
+        store(x + 2 * u * kLanes, from_pair<low_interleaved>(even[u], odd[u]));
+        store(x + 2 * u * kLanes + kLanes, from_pair<high_interleaved>(even[u], odd[u]));
+    }
+}
+
+// Samples, first and second coefficients all with skip 1.
+void synthesis_along(const Transform &w) {
+    const ptrdiff_t first_pair = (w.taps - 1) / 2, pairs = w.n / 2;
+    constexpr ptrdiff_t step = kBlocks * kLanes;
+    for (ptrdiff_t t = 0; t < w.count; ++t) {
+        double *x = w.samples + at(w.x, t, 0);
+        const double *c = w.first + at(w.c, t, 0), *d = w.second + at(w.d, t, 0);
+        ptrdiff_t m = first_pair;
+        for (; m + step <= pairs; m += step) pairs_along(x + 2 * m, c + m, d + m, w.h, w.g, w.taps);
+        for (ptrdiff_t i = 0; i < 2 * first_pair; ++i) x[i] = sample_from_terms(w, t, i);
+        for (ptrdiff_t i = 2 * m; i < w.n; ++i) x[i] = sample_from_terms(w, t, i);
+    }
+}
+
+// Sample i of signals t .. t + Blocks * kLanes - 1 lying side by side (transform skip 1 for
+// samples and coefficients).
+template <int Blocks>
+void sample_across(const Transform &w, ptrdiff_t t, ptrdiff_t i) {
+    vdouble x[Blocks];
+    for (int u = 0; u < Blocks; ++u) x[u] = vdouble{};
+    const double *c = w.first + at(w.c, t, 0), *d = w.second + at(w.d, t, 0);
+    for_each_term(i, w.n, w.taps, [&](ptrdiff_t k, ptrdiff_t j) {
+        const vdouble hj = broadcast(w.h[j]), gj = broadcast(w.g[j]);
+        for (int u = 0; u < Blocks; ++u)
+            x[u] = (hj * load(c + k * w.c.skip + u * kLanes) + gj * load(d + k * w.d.skip + u * kLanes)) + x[u];
+    });
+    for (int u = 0; u < Blocks; ++u) store(w.samples + at(w.x, t + u * kLanes, i), x[u]);
+}
+
+// Signals in bands, each band from the first sample to the last, so that the coefficient rows
+// a sample reads are still in the first-level cache for the samples after it.
+void synthesis_across(const Transform &w) {
+    constexpr ptrdiff_t band = 8 * kSignalBlocks * kLanes;
+    for (ptrdiff_t t0 = 0; t0 < w.count; t0 += band) {
+        const ptrdiff_t t1 = w.count - t0 < band ? w.count : t0 + band;
+        for (ptrdiff_t i = 0; i < w.n; ++i) {
+            ptrdiff_t t = t0;
+            for (; t + kSignalBlocks * kLanes <= t1; t += kSignalBlocks * kLanes) sample_across<kSignalBlocks>(w, t, i);
+            for (; t + kLanes <= t1; t += kLanes) sample_across<1>(w, t, i);
+            for (; t < t1; ++t) w.samples[at(w.x, t, i)] = sample_from_terms(w, t, i);
+        }
+    }
+}
+
+// ---------------------------------------------------------------- end conditions 0 and 1
+
+// Signals t .. t + Signals - 1 in the defined order, side by side in scalar registers so that
+// their chains overlap (Signals > 1 only when nothing shares memory). With `registers` (likewise)
+// the two samples just solved are taken from registers rather than read back, which takes the
+// store-to-load delay out of the chain that runs from each window to the next.
+template <int Signals>
+void back_substitute_signals(const Transform &w, ptrdiff_t t, ptrdiff_t k_first, bool zero_end_last, double q,
+                             bool registers) {
+    double *x[Signals];
+    const double *c[Signals], *d[Signals];
+    for (int s = 0; s < Signals; ++s) {
+        x[s] = w.samples + at(w.x, t + s, 0);
+        c[s] = w.first + at(w.c, t + s, 0);
+        d[s] = w.second + at(w.d, t + s, 0);
+    }
+    const ptrdiff_t xs = w.x.skip, cs = w.c.skip, ds = w.d.skip;
+    const double *h = w.h, *g = w.g;
+    if (zero_end_last) {
+        const ptrdiff_t last = k_first + 1;
+        for (int s = 0; s < Signals; ++s) {
+            if (w.n % 2 == 1) {
+                x[s][(w.n - 1) * xs] = (g[1] * c[s][last * cs] - h[1] * d[s][last * ds]) * q;
+            } else {
+                x[s][(w.n - 2) * xs] = (g[1] * c[s][last * cs] - h[1] * d[s][last * ds]) * q;
+                x[s][(w.n - 1) * xs] = (h[0] * d[s][last * ds] - g[0] * c[s][last * cs]) * q;
+            }
+        }
+    }
+    double right_even[Signals], right_odd[Signals];
+    for (int s = 0; s < Signals; ++s) {
+        right_even[s] = 2 * k_first + 2 < w.n ? x[s][(2 * k_first + 2) * xs] : 0.0;
+        right_odd[s] = 2 * k_first + 3 < w.n ? x[s][(2 * k_first + 3) * xs] : 0.0;
+    }
+    // Window k: remove the samples already rebuilt to its right, then solve taps 0 and 1.
+    for (ptrdiff_t k = k_first; k >= 0; --k) {
+        double cp[Signals], dp[Signals];
+        for (int s = 0; s < Signals; ++s) cp[s] = c[s][k * cs], dp[s] = d[s][k * ds];
+        if (w.taps > 2 && w.n > 2 * k + 2) {
+            for (ptrdiff_t j = 2; j < w.taps && 2 * k + j < w.n; ++j)
+                for (int s = 0; s < Signals; ++s) {
+                    const double v = !registers || j > 3 ? x[s][(2 * k + j) * xs] : j == 2 ? right_even[s] : right_odd[s];
+                    cp[s] = cp[s] - v * h[j];
+                    dp[s] = dp[s] - v * g[j];
+                }
+        }
+        for (int s = 0; s < Signals; ++s) {
+            right_even[s] = x[s][2 * k * xs] = (cp[s] * g[1] - dp[s] * h[1]) * q;
+            right_odd[s] = x[s][(2 * k + 1) * xs] = (dp[s] * h[0] - cp[s] * g[0]) * q;
+        }
+    }
+}
+
+// The same for signals t .. t + Blocks * kLanes - 1 lying side by side (transform skip 1 for
+// samples and coefficients), one signal per lane.
+template <int Blocks>
+void back_substitute_across(const Transform &w, ptrdiff_t t, ptrdiff_t k_first, bool zero_end_last, double q) {
+    double *x[Blocks];
+    const double *c[Blocks], *d[Blocks];
+    for (int u = 0; u < Blocks; ++u) {
+        x[u] = w.samples + at(w.x, t + u * kLanes, 0);
+        c[u] = w.first + at(w.c, t + u * kLanes, 0);
+        d[u] = w.second + at(w.d, t + u * kLanes, 0);
+    }
+    const ptrdiff_t xs = w.x.skip, cs = w.c.skip, ds = w.d.skip;
+    const vdouble h0 = broadcast(w.h[0]), h1 = broadcast(w.h[1]), g0 = broadcast(w.g[0]), g1 = broadcast(w.g[1]);
+    const vdouble qv = broadcast(q);
+    if (zero_end_last) {
+        const ptrdiff_t last = k_first + 1;
+        for (int u = 0; u < Blocks; ++u) {
+            const vdouble cl = load(c[u] + last * cs);
+            const vdouble dl = load(d[u] + last * ds);
+            if (w.n % 2 == 1) {
+                store(x[u] + (w.n - 1) * xs, (g1 * cl - h1 * dl) * qv);
+            } else {
+                store(x[u] + (w.n - 2) * xs, (g1 * cl - h1 * dl) * qv);
+                store(x[u] + (w.n - 1) * xs, (h0 * dl - g0 * cl) * qv);
+            }
+        }
+    }
+    for (ptrdiff_t k = k_first; k >= 0; --k) {
+        vdouble cp[Blocks], dp[Blocks];
+        for (int u = 0; u < Blocks; ++u) {
+            cp[u] = load(c[u] + k * cs);
+            dp[u] = load(d[u] + k * ds);
+        }
+        if (w.taps > 2 && w.n > 2 * k + 2) {
+            for (ptrdiff_t j = 2; j < w.taps && 2 * k + j < w.n; ++j) {
+                const vdouble hj = broadcast(w.h[j]), gj = broadcast(w.g[j]);
+                for (int u = 0; u < Blocks; ++u) {
+                    const vdouble s = load(x[u] + (2 * k + j) * xs);
+                    cp[u] = cp[u] - s * hj;
+                    dp[u] = dp[u] - s * gj;
+                }
+            }
+        }
+        for (int u = 0; u < Blocks; ++u) {
+            store(x[u] + 2 * k * xs, (cp[u] * g1 - dp[u] * h1) * qv);
+            store(x[u] + (2 * k + 1) * xs, (dp[u] * h0 - cp[u] * g0) * qv);
+        }
+    }
+}
+
+// Signals t .. t_end - 1 as far as whole groups go; returns the first signal left over.
+ptrdiff_t back_substitute_groups(const Transform &w, ptrdiff_t t, ptrdiff_t t_end, ptrdiff_t k_first,
+                                 bool zero_end_last, double q) {
+    if (w.x.tskip == 1 && w.c.tskip == 1 && w.d.tskip == 1) {
+        for (; t + kSignalBlocks * kLanes <= t_end; t += kSignalBlocks * kLanes)
+            back_substitute_across<kSignalBlocks>(w, t, k_first, zero_end_last, q);
+        for (; t + kLanes <= t_end; t += kLanes) back_substitute_across<1>(w, t, k_first, zero_end_last, q);
+    } else {
+        for (; t + kChains <= t_end; t += kChains) back_substitute_signals<kChains>(w, t, k_first, zero_end_last, q, true);
+    }
+    return t;
+}
+
+}  // namespace
+
+void dwt_periodic_synthesis(const Transform &w) {
+    if (!wavelet::order_free(w, true)) return synthesis_in_definition_order(w);
+    if (w.x.skip == 1 && w.c.skip == 1 && w.d.skip == 1) return synthesis_along(w);
+    if (w.x.tskip == 1 && w.c.tskip == 1 && w.d.tskip == 1) return synthesis_across(w);
+    for (ptrdiff_t t = 0; t < w.count; ++t)
+        for (ptrdiff_t i = 0; i < w.n; ++i) w.samples[at(w.x, t, i)] = sample_from_terms(w, t, i);
+}
+
+void dwt_back_substitution(const Transform &w, ptrdiff_t t_begin, ptrdiff_t t_end, ptrdiff_t k_first,
+                           bool zero_end_last, bool any_order, double q) {
+    ptrdiff_t t = t_begin;
+    if (any_order) t = back_substitute_groups(w, t, t_end, k_first, zero_end_last, q);
+    for (; t < t_end; ++t) back_substitute_signals<1>(w, t, k_first, zero_end_last, q, any_order);
+}
+
+}  // namespace hw::HW_ISA_NS

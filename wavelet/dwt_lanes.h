@@ -1,0 +1,41 @@
+// Helpers of the wavelet kernels (wavelet/*_simd.cpp only; internal linkage, like simd/vec.h).
+#pragma once
+
+#include <utility>
+
+#include "simd/vec.h"
+#include "wavelet/dwt_engines.h"
+
+namespace hw::HW_ISA_NS {
+namespace {
+
+using wavelet::Strides;
+using wavelet::Transform;
+
+inline ptrdiff_t at(const Strides &s, ptrdiff_t t, ptrdiff_t i) { return s.offset + t * s.tskip + i * s.skip; }
+
+// Lane l of the result is lane Pick(l) of the pair (a, b), whose lanes are numbered 0 .. 2 kLanes - 1.
+template <int (*Pick)(int), size_t... L>
+inline vdouble from_pair(vdouble a, vdouble b, std::index_sequence<L...>) {
+    return __builtin_shufflevector(a, b, Pick(int(L))...);
+}
+
+template <int (*Pick)(int)>
+inline vdouble from_pair(vdouble a, vdouble b) {
+    return from_pair<Pick>(a, b, std::make_index_sequence<kLanes>{});
+}
+
+constexpr int even_lane(int l) { return 2 * l; }
+constexpr int odd_lane(int l) { return 2 * l + 1; }
+// (a0, b0, a1, b1, ...) from the first halves, then from the second halves.
+constexpr int low_interleaved(int l) { return l % 2 * kLanes + l / 2; }
+constexpr int high_interleaved(int l) { return l % 2 * kLanes + kLanes / 2 + l / 2; }
+
+// Lane l to p[l * stride] (stride 1: one store).
+inline void store_lanes(double *p, ptrdiff_t stride, vdouble v) {
+    if (stride == 1) return store(p, v);
+    for (int l = 0; l < kLanes; ++l) p[l * stride] = v[l];
+}
+
+}  // namespace
+}  // namespace hw::HW_ISA_NS
