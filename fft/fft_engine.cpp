@@ -2,8 +2,9 @@
 // by their twiddle factors as it loads them (fft/pass_simd.cpp), and a final reordering of the
 // digit-reversed results into natural order.
 //
-// Stack: the root table (at most 4 levels of 512 complex values, 32 KiB) and a few hundred
-// bytes of pass descriptions; no heap.
+// Stack: the root table (at most 4 levels of 256 complex values, 16 KiB), a pass kernel's
+// registers and lane tables (at most about 10 KiB, radix 15 and 16 at 512 bits) and the
+// reordering's digit counters (under 2 KiB): under 32 KiB in all. No heap.
 #include <bit>
 #include <cstddef>
 
@@ -34,13 +35,13 @@ void fill_circle(simd::Isa isa, uint32_t n, uint64_t step, uint32_t count, doubl
     }
 }
 
-// The root table of order n: two levels up to 2^18, three up to 2^27, four above, at most
+// The root table of order n: two levels up to 2^16, three up to 2^24, four above, at most
 // 2^kMaxRootLevelBits entries each. The last level spans the whole circle; where it is filled
 // by symmetry from an eighth of its roots, two levels take the digit width that needs the
 // fewest evaluations.
 void fill_root_table(simd::Isa isa, uint32_t n, double *storage, RootTable *table) {
     const uint32_t bits = static_cast<uint32_t>(std::bit_width(n - 1));
-    table->levels = bits <= 18 ? 2 : bits <= 27 ? 3 : 4;
+    table->levels = bits <= 16 ? 2 : bits <= 24 ? 3 : 4;
     table->bits = (bits + table->levels - 1) / table->levels;
     if (table->levels == 2) {
         uint64_t fewest = ~uint64_t{0};

@@ -14,7 +14,7 @@ namespace hw::fft {
 // root table's bounds.
 constexpr uint32_t kMaxRadices = 32;
 constexpr uint32_t kMaxRootLevels = 4;
-constexpr uint32_t kMaxRootLevelBits = 9;
+constexpr uint32_t kMaxRootLevelBits = 8;
 
 // The roots of unity of order n, w(t) = (cos, sin) of +2πt/n for t < n, as the product of one
 // entry per level: level l holds w(i · 2^(bits·l)) for i < 2^bits (the last level up to
