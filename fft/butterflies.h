@@ -1,137 +1,225 @@
-// The specialised butterflies: plain r-point DFTs with no twiddle factor, applied to `count`
-// consecutive positions x, each butterfly taking its r inputs `dist` complex values apart.
+// The specialised butterflies: plain r-point DFTs y_k = Σ_j x_j W^{jk}, W = exp(∓2πi/r) (−
+// forward, + inverse), in place on r register values, with no twiddle factor (the passes apply
+// those). One body per radix for both directions and every vector width: `Inverse` picks the
+// direction, `T` is double or a vector of doubles.
+//
+// The constants are the exact roots of unity they name, rounded to double (a test compares
+// them with the library's roots); their last bits matter for the results to be the same on
+// every level and CPU, not for accuracy alone.
+//
+// Internal linkage for the same reason as fft/complex.h.
 #pragma once
 
-#include <cmath>
-#include <cstddef>
-
-#include "fft/complex_ops.h"
+#include "fft/complex.h"
 
 namespace hw::fft {
+namespace {
 
-// ---- radix 2, 4, 8, 16: the even/odd split family
+using fourier::Complex;
+using fourier::rotate;
+using fourier::times_i;
 
+constexpr double kCos1_8 = 0.7071067811865476;   // cos(2π/8) = sin(2π/8)
+constexpr double kCos1_16 = 0.9238795325112867;  // cos(2π/16)
+constexpr double kSin1_16 = 0.3826834323650898;  // sin(2π/16)
+constexpr double kSin1_3 = 0.8660254037844386;   // sin(2π/3)
+constexpr double kCos1_5 = 0.30901699437494745, kSin1_5 = 0.9510565162951535;  // 2π/5
+constexpr double kCos2_5 = -0.8090169943749475, kSin2_5 = 0.5877852522924731;  // 4π/5
+constexpr double kCos1_9 = 0.766044443118978, kSin1_9 = 0.6427876096865394;    // 2π/9
+constexpr double kCos2_9 = 0.17364817766693036, kSin2_9 = 0.984807753012208;   // 4π/9
+constexpr double kCos4_9 = -0.9396926207859084, kSin4_9 = 0.3420201433256687;  // 8π/9
+
+// The sine of a root in the transform's direction: −sin forward, +sin inverse.
 template <bool Inverse>
-inline void dft4(const Cx *x, Cx *y) {
-    const Cx s1 = x[0] + x[2], d1 = x[0] - x[2], s2 = x[1] + x[3], d2 = x[1] - x[3];
-    y[0] = s1 + s2;
-    y[2] = s1 - s2;
-    y[1] = d1 + rot<Inverse>(d2);
-    y[3] = d1 - rot<Inverse>(d2);
+constexpr double directed(double sine) {
+    return Inverse ? sine : -sine;
 }
 
-template <bool Inverse>
-inline void dft8(const Cx *x, Cx *y, double h) {
-    const Cx ev[4] = {x[0], x[2], x[4], x[6]}, od[4] = {x[1], x[3], x[5], x[7]};
-    Cx e[4], o[4];
-    dft4<Inverse>(ev, e);
-    dft4<Inverse>(od, o);
-    const Cx w[4] = {o[0], h * (o[1] + rot<Inverse>(o[1])), rot<Inverse>(o[2]),
-                     h * (rot<Inverse>(o[3]) - o[3])};
-    for (int k = 0; k < 4; ++k) {
-        y[k] = e[k] + w[k];
-        y[k + 4] = e[k] - w[k];
-    }
-}
+template <int R>
+struct Butterfly;
 
-template <bool Inverse>
-inline void dft16(const Cx *x, Cx *y, double h, double cs, double sn) {
-    Cx ev[8], od[8], e[8], o[8];
-    for (int k = 0; k < 8; ++k) {
-        ev[k] = x[2 * k];
-        od[k] = x[2 * k + 1];
-    }
-    dft8<Inverse>(ev, e, h);
-    dft8<Inverse>(od, o, h);
-    // W^k = exp(-+2 pi i k / 16) applied as a*v + b*rot(v).
-    const Cx w[8] = {o[0],
-                     cs * o[1] + sn * rot<Inverse>(o[1]),
-                     h * (o[2] + rot<Inverse>(o[2])),
-                     sn * o[3] + cs * rot<Inverse>(o[3]),
-                     rot<Inverse>(o[4]),
-                     cs * rot<Inverse>(o[5]) - sn * o[5],
-                     h * (rot<Inverse>(o[6]) - o[6]),
-                     sn * rot<Inverse>(o[7]) - cs * o[7]};
-    for (int k = 0; k < 8; ++k) {
-        y[k] = e[k] + w[k];
-        y[k + 8] = e[k] - w[k];
-    }
-}
+// ---- radix 2, 4, 8, 16: y_k = E_k + W^k O_k, y_{k+r/2} = E_k − W^k O_k over the even and odd halves
 
-// ---- radix 3, 5, 6, 9: the symmetric-pair family; the direction is in the sine constants
-
-struct OddConstants {
-    double s3;              // +-0.8660254037844386
-    double c1, c2, c4;      // radix 5 (c1, c2) or radix 9 (c1, c2, c4)
-    double s1, s2, s4;
+template <>
+struct Butterfly<2> {
+    template <bool Inverse, typename T>
+    static void apply(Complex<T> *x) {
+        const Complex<T> a = x[0], b = x[1];
+        x[0] = a + b;
+        x[1] = a - b;
+    }
 };
 
-inline void dft3(Cx x0, Cx x1, Cx x2, double s3, Cx *y) {
-    const Cx u = x1 + x2;
+template <>
+struct Butterfly<4> {
+    template <bool Inverse, typename T>
+    static void apply(Complex<T> *x) {
+        const Complex<T> s1 = x[0] + x[2], d1 = x[0] - x[2], s2 = x[1] + x[3], d2 = rotate<Inverse>(x[1] - x[3]);
+        x[0] = s1 + s2;
+        x[2] = s1 - s2;
+        x[1] = d1 + d2;
+        x[3] = d1 - d2;
+    }
+};
+
+template <>
+struct Butterfly<8> {
+    template <bool Inverse, typename T>
+    static void apply(Complex<T> *x) {
+        Complex<T> e[4] = {x[0], x[2], x[4], x[6]}, o[4] = {x[1], x[3], x[5], x[7]};
+        Butterfly<4>::apply<Inverse>(e);
+        Butterfly<4>::apply<Inverse>(o);
+        const Complex<T> w[4] = {o[0], kCos1_8 * (o[1] + rotate<Inverse>(o[1])), rotate<Inverse>(o[2]),
+                                 kCos1_8 * (rotate<Inverse>(o[3]) - o[3])};
+        for (int k = 0; k < 4; ++k) {
+            x[k] = e[k] + w[k];
+            x[k + 4] = e[k] - w[k];
+        }
+    }
+};
+
+template <>
+struct Butterfly<16> {
+    template <bool Inverse, typename T>
+    static void apply(Complex<T> *x) {
+        Complex<T> e[8], o[8];
+        for (int k = 0; k < 8; ++k) {
+            e[k] = x[2 * k];
+            o[k] = x[2 * k + 1];
+        }
+        Butterfly<8>::apply<Inverse>(e);
+        Butterfly<8>::apply<Inverse>(o);
+        // W^k as a·v + b·rotate(v) with (a, b) from cos and sin of 2πk/16.
+        const Complex<T> w[8] = {o[0],
+                                 kCos1_16 * o[1] + kSin1_16 * rotate<Inverse>(o[1]),
+                                 kCos1_8 * (o[2] + rotate<Inverse>(o[2])),
+                                 kSin1_16 * o[3] + kCos1_16 * rotate<Inverse>(o[3]),
+                                 rotate<Inverse>(o[4]),
+                                 kCos1_16 * rotate<Inverse>(o[5]) - kSin1_16 * o[5],
+                                 kCos1_8 * (rotate<Inverse>(o[6]) - o[6]),
+                                 kSin1_16 * rotate<Inverse>(o[7]) - kCos1_16 * o[7]};
+        for (int k = 0; k < 8; ++k) {
+            x[k] = e[k] + w[k];
+            x[k + 8] = e[k] - w[k];
+        }
+    }
+};
+
+// ---- radix 3, 5, 6, 9: the symmetric-pair form, y_k, y_{r−k} = P_k ± i·Q_k with P from the
+// cosine-weighted sums x_j + x_{r−j} and Q from the sine-weighted differences x_j − x_{r−j}
+
+template <bool Inverse, typename T>
+inline void dft3(Complex<T> x0, Complex<T> x1, Complex<T> x2, Complex<T> *y) {
+    const Complex<T> u = x1 + x2;
     y[0] = x0 + u;
-    const Cx t = (-0.5 * u) + x0;
-    const Cx v = s3 * (x1 - x2);
+    const Complex<T> t = (-0.5 * u) + x0;
+    const Complex<T> v = directed<Inverse>(kSin1_3) * (x1 - x2);
     y[1] = t + times_i(v);
     y[2] = t - times_i(v);
 }
 
-inline void dft5(const Cx *x, Cx *y, const OddConstants &k) {
-    const Cx a1 = x[1] + x[4], b1 = x[1] - x[4], a2 = x[2] + x[3], b2 = x[2] - x[3];
-    y[0] = x[0] + (a1 + a2);
-    const Cx p1 = x[0] + k.c1 * a1 + k.c2 * a2, p2 = x[0] + k.c2 * a1 + k.c1 * a2;
-    const Cx q1 = k.s1 * b1 + k.s2 * b2, q2 = k.s2 * b1 - k.s1 * b2;
-    y[1] = p1 + times_i(q1);
-    y[4] = p1 - times_i(q1);
-    y[2] = p2 + times_i(q2);
-    y[3] = p2 - times_i(q2);
-}
-
-inline void dft6(const Cx *x, Cx *y, double s3) {
-    Cx a[3], b[3];
-    dft3(x[0], x[2], x[4], s3, a);
-    dft3(x[3], x[5], x[1], s3, b);
-    y[0] = a[0] + b[0];
-    y[3] = a[0] - b[0];
-    y[1] = a[1] - b[1];
-    y[4] = a[1] + b[1];
-    y[2] = a[2] + b[2];
-    y[5] = a[2] - b[2];
-}
-
-inline void dft9(const Cx *x, Cx *y, const OddConstants &k) {
-    const Cx g0 = x[0] + x[3] + x[6], g1 = x[1] + x[4] + x[7], g2 = x[2] + x[5] + x[8];
-    Cx r3[3];
-    dft3(g0, g1, g2, k.s3, r3);
-    y[0] = r3[0];
-    y[3] = r3[1];
-    y[6] = r3[2];
-    const Cx t0 = x[0] - 0.5 * (x[3] + x[6]), v0 = k.s3 * (x[3] - x[6]);
-    const Cx a1 = x[1] + x[8], b1 = x[1] - x[8], a2 = x[2] + x[7], b2 = x[2] - x[7];
-    const Cx a4 = x[4] + x[5], b4 = x[4] - x[5];
-    const Cx p1 = t0 + k.c1 * a1 + k.c2 * a2 + k.c4 * a4;
-    const Cx q1 = k.s1 * b1 + k.s2 * b2 + v0 + k.s4 * b4;
-    const Cx p2 = t0 + k.c2 * a1 + k.c4 * a2 + k.c1 * a4;
-    const Cx q2 = k.s2 * b1 + k.s4 * b2 - v0 - k.s1 * b4;
-    const Cx p4 = t0 + k.c4 * a1 + k.c1 * a2 + k.c2 * a4;
-    const Cx q4 = k.s4 * b1 - k.s1 * b2 + v0 - k.s2 * b4;
-    y[1] = p1 + times_i(q1);
-    y[8] = p1 - times_i(q1);
-    y[2] = p2 + times_i(q2);
-    y[7] = p2 - times_i(q2);
-    y[4] = p4 + times_i(q4);
-    y[5] = p4 - times_i(q4);
-}
-
-// Applies `kernel(in, out)` of radix R to `count` consecutive butterflies.
-template <int R, typename Kernel>
-inline void run_butterflies(double *x, size_t count, size_t dist, Kernel kernel) {
-    for (size_t i = 0; i < count; ++i) {
-        double *p = x + 2 * i;
-        Cx in[R], out[R];
-        for (int q = 0; q < R; ++q) in[q] = load(p + 2 * q * dist);
-        kernel(in, out);
-        for (int q = 0; q < R; ++q) store(p + 2 * q * dist, out[q]);
+template <>
+struct Butterfly<3> {
+    template <bool Inverse, typename T>
+    static void apply(Complex<T> *x) {
+        dft3<Inverse>(x[0], x[1], x[2], x);
     }
-}
+};
 
+template <>
+struct Butterfly<5> {
+    template <bool Inverse, typename T>
+    static void apply(Complex<T> *x) {
+        constexpr double s1 = directed<Inverse>(kSin1_5), s2 = directed<Inverse>(kSin2_5);
+        const Complex<T> x0 = x[0], a1 = x[1] + x[4], b1 = x[1] - x[4], a2 = x[2] + x[3], b2 = x[2] - x[3];
+        x[0] = x0 + (a1 + a2);
+        const Complex<T> p1 = x0 + kCos1_5 * a1 + kCos2_5 * a2, p2 = x0 + kCos2_5 * a1 + kCos1_5 * a2;
+        const Complex<T> q1 = s1 * b1 + s2 * b2, q2 = s2 * b1 - s1 * b2;
+        x[1] = p1 + times_i(q1);
+        x[4] = p1 - times_i(q1);
+        x[2] = p2 + times_i(q2);
+        x[3] = p2 - times_i(q2);
+    }
+};
+
+// Two radix-3 butterflies without internal twiddles (prime-factor form).
+template <>
+struct Butterfly<6> {
+    template <bool Inverse, typename T>
+    static void apply(Complex<T> *x) {
+        Complex<T> a[3], b[3];
+        dft3<Inverse>(x[0], x[2], x[4], a);
+        dft3<Inverse>(x[3], x[5], x[1], b);
+        x[0] = a[0] + b[0];
+        x[3] = a[0] - b[0];
+        x[1] = a[1] - b[1];
+        x[4] = a[1] + b[1];
+        x[2] = a[2] + b[2];
+        x[5] = a[2] - b[2];
+    }
+};
+
+template <>
+struct Butterfly<9> {
+    template <bool Inverse, typename T>
+    static void apply(Complex<T> *x) {
+        constexpr double s3 = directed<Inverse>(kSin1_3), s1 = directed<Inverse>(kSin1_9),
+                         s2 = directed<Inverse>(kSin2_9), s4 = directed<Inverse>(kSin4_9);
+        const Complex<T> t0 = x[0] - 0.5 * (x[3] + x[6]), v0 = s3 * (x[3] - x[6]);
+        const Complex<T> a1 = x[1] + x[8], b1 = x[1] - x[8], a2 = x[2] + x[7], b2 = x[2] - x[7];
+        const Complex<T> a4 = x[4] + x[5], b4 = x[4] - x[5];
+        const Complex<T> p1 = t0 + kCos1_9 * a1 + kCos2_9 * a2 + kCos4_9 * a4;
+        const Complex<T> q1 = s1 * b1 + s2 * b2 + v0 + s4 * b4;
+        const Complex<T> p2 = t0 + kCos2_9 * a1 + kCos4_9 * a2 + kCos1_9 * a4;
+        const Complex<T> q2 = s2 * b1 + s4 * b2 - v0 - s1 * b4;
+        const Complex<T> p4 = t0 + kCos4_9 * a1 + kCos1_9 * a2 + kCos2_9 * a4;
+        const Complex<T> q4 = s4 * b1 - s1 * b2 + v0 - s2 * b4;
+        Complex<T> g[3];
+        dft3<Inverse>(x[0] + x[3] + x[6], x[1] + x[4] + x[7], x[2] + x[5] + x[8], g);
+        x[0] = g[0];
+        x[3] = g[1];
+        x[6] = g[2];
+        x[1] = p1 + times_i(q1);
+        x[8] = p1 - times_i(q1);
+        x[2] = p2 + times_i(q2);
+        x[7] = p2 - times_i(q2);
+        x[4] = p4 + times_i(q4);
+        x[5] = p4 - times_i(q4);
+    }
+};
+
+// ---- radix A·B of two coprime radices with butterflies (prime-factor form, no twiddles):
+// input B·a + A·b (mod AB) is digit a of the A-point DFTs and b of the B-point ones, and output
+// k is k mod A of the first and k mod B of the second. The engine's own pass orders use them.
+
+template <int A, int B>
+struct PrimeFactor {
+    static constexpr int N = A * B;
+    // The output index with residues (k1, k2).
+    static constexpr int output(int k1, int k2) {
+        int k = 0;
+        while (k % A != k1 || k % B != k2) ++k;
+        return k;
+    }
+    template <bool Inverse, typename T>
+    static void apply(Complex<T> *x) {
+        Complex<T> rows[B][A], columns[A][B];
+        for (int b = 0; b < B; ++b) {
+            for (int a = 0; a < A; ++a) rows[b][a] = x[(B * a + A * b) % N];
+            Butterfly<A>::template apply<Inverse>(rows[b]);
+        }
+        for (int k1 = 0; k1 < A; ++k1) {
+            for (int b = 0; b < B; ++b) columns[k1][b] = rows[b][k1];
+            Butterfly<B>::template apply<Inverse>(columns[k1]);
+            for (int k2 = 0; k2 < B; ++k2) x[output(k1, k2)] = columns[k1][k2];
+        }
+    }
+};
+
+template <>
+struct Butterfly<10> : PrimeFactor<2, 5> {};
+template <>
+struct Butterfly<15> : PrimeFactor<3, 5> {};
+
+}  // namespace
 }  // namespace hw::fft

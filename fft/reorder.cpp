@@ -3,6 +3,9 @@
 #include "fft/reorder.h"
 
 #include <cstddef>
+#include <cstring>
+
+#include "fft/pass.h"
 
 #include "hw.h"
 
@@ -40,19 +43,66 @@ extern "C" void ehw_Transpose(uint32_t length, const uint32_t *radices, uint32_t
 }
 
 namespace hw::fft {
+namespace {
+
+// The merge phase looks for the last pair of equal neighbours (scanning from the end): its
+// index, or `count` when there is none.
+uint32_t last_equal_pair(const uint32_t *r, uint32_t count) {
+    for (uint32_t i = count; i-- > 1;)
+        if (r[i - 1] == r[i]) return i - 1;
+    return count;
+}
+
+// Replaces the pair at t by its product; the later entries move down one place.
+void merge_pair(uint32_t *r, uint32_t count, uint32_t t) {
+    r[t] *= r[t + 1];
+    for (uint32_t j = t + 1; j + 1 < count; ++j) r[j] = r[j + 1];
+}
+
+// Counts x = 0, 1, 2, ... over digits of the given radices (least significant first) and keeps
+// the number with the same digits under other weights.
+struct DigitCounter {
+    uint32_t digit[kMaxRadices], radix[kMaxRadices], weight[kMaxRadices], count, value = 0;
+    void next() {
+        for (uint32_t t = 0; t < count; ++t) {
+            if (++digit[t] < radix[t]) {
+                value += weight[t];
+                return;
+            }
+            digit[t] = 0;
+            value -= (radix[t] - 1) * weight[t];
+        }
+    }
+};
+
+void swap_values(double *a, double *b) {
+    double t[2];
+    std::memcpy(t, a, sizeof t);
+    std::memcpy(a, b, sizeof t);
+    std::memcpy(b, t, sizeof t);
+}
+
+void swap_runs(double *a, double *b, size_t values) {
+    for (size_t i = 0; i < 2 * values; ++i) {
+        const double t = a[i];
+        a[i] = b[i];
+        b[i] = t;
+    }
+}
+
+}  // namespace
+
+uint32_t merge_equal_neighbours(uint32_t *radices, uint32_t radix_count) {
+    uint32_t count = radix_count;
+    for (uint32_t t; (t = last_equal_pair(radices, count)) != count; --count) merge_pair(radices, count, t);
+    return count;
+}
 
 void reorder_in_place(uint32_t length, uint32_t *r, uint32_t radix_count, double *data,
                       uint32_t stride, uint32_t batch) {
     uint32_t count = radix_count;
     // Merge phase: swap the digits of equal neighbours, nearest the end first.
-    for (;;) {
-        uint32_t t = count;
-        for (uint32_t i = count; i-- > 1;)
-            if (r[i - 1] == r[i]) {
-                t = i - 1;
-                break;
-            }
-        if (t == count) break;
+    for (uint32_t t; (t = last_equal_pair(r, count)) != count;) {
         uint64_t after = 1, before = 1;
         for (uint32_t i = t + 2; i < count; ++i) after *= r[i];
         for (uint32_t i = 0; i < t; ++i) before *= r[i];
@@ -60,9 +110,7 @@ void reorder_in_place(uint32_t length, uint32_t *r, uint32_t radix_count, double
         const uint64_t entry = uint64_t{stride} * after;
         transpose_in_place(radix, radix, data, static_cast<uint32_t>(entry),
                            static_cast<uint32_t>(before * batch), entry * radix * radix);
-        r[t] = radix * radix;
-        for (uint32_t i = t + 1; i + 1 < count; ++i) r[i] = r[i + 1];
-        --count;
+        merge_pair(r, count--, t);
     }
     // Transpose phase: move the last digit of every block to its front.
     uint64_t big = length, k = 1;
@@ -71,6 +119,51 @@ void reorder_in_place(uint32_t length, uint32_t *r, uint32_t radix_count, double
                            static_cast<uint32_t>(batch * k), uint64_t{stride} * big);
         big /= r[t];
         k *= r[t];
+    }
+}
+
+void swap_mirrored_digits(uint32_t length, const uint32_t *outer, uint32_t k, uint32_t middle, double *data,
+                          size_t stride, size_t batch) {
+    // Position a·(M·S) + mid·S + b holds the value of position ρ(b)·(M·S) + mid·S + ρ(a): a is
+    // read with s_{k−1} as its last digit, b with s_0, and ρ keeps the digits and swaps the
+    // weights of the two readings.
+    if (k == 0) return;
+    uint32_t side = 1;
+    for (uint32_t t = 0; t < k; ++t) side *= outer[t];
+    DigitCounter left, right;
+    left.count = right.count = k;
+    for (uint32_t t = 0, w = 1; t < k; w *= outer[t++]) {
+        left.radix[k - 1 - t] = outer[t];  // left digit of radix s_t weighs s_0 ... s_{t−1} in ρ(a)
+        left.weight[k - 1 - t] = w;
+        right.radix[t] = outer[t];
+        left.digit[t] = right.digit[t] = 0;
+    }
+    for (uint32_t t = k, w = 1; t-- > 0; w *= outer[t]) right.weight[t] = w;  // s_{t+1} ... s_{k−1}
+    const size_t run = stride, row = size_t{middle} * side * run;
+    if (k == 1 && run == 1) {  // ρ is the identity: transpositions of side x side matrices
+        for (size_t g = 0; g < batch; ++g)
+            for (uint32_t mid = 0; mid < middle; ++mid) {
+                double *m = data + 2 * (g * length + size_t{mid} * side);
+                for (size_t a = 0; a < side; ++a)
+                    for (size_t b = a + 1; b < side; ++b) swap_values(m + 2 * (a * row + b), m + 2 * (b * row + a));
+            }
+        return;
+    }
+    for (size_t g = 0; g < batch; ++g) {
+        double *seq = data + 2 * g * length * stride;
+        DigitCounter a = left;
+        for (uint32_t ia = 0; ia < side; ++ia, a.next()) {
+            DigitCounter b = right;
+            for (uint32_t ib = 0; ib < side; ++ib, b.next()) {
+                if (uint64_t{ia} * side + ib >= uint64_t{b.value} * side + a.value) continue;
+                double *x = seq + 2 * (ia * row + ib * run), *y = seq + 2 * (b.value * row + a.value * run);
+                if (run == 1)
+                    for (uint32_t mid = 0; mid < middle; ++mid) swap_values(x + 2 * mid * side, y + 2 * mid * side);
+                else
+                    for (uint32_t mid = 0; mid < middle; ++mid)
+                        swap_runs(x + 2 * mid * side * run, y + 2 * mid * side * run, run);
+            }
+        }
     }
 }
 

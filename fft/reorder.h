@@ -1,6 +1,7 @@
-// Puts the engine's digit-reversed results into natural order without extra storage.
+// Puts the engine's digit-reversed results into natural order.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 
 namespace hw::fft {
@@ -9,6 +10,14 @@ namespace hw::fft {
 // the front of each block with rectangular ones. Rewrites `radices` as it goes.
 void reorder_in_place(uint32_t length, uint32_t *radices, uint32_t radix_count, double *data,
                       uint32_t stride, uint32_t batch);
+
+// The list as reorder_in_place leaves it, without touching any data; the new length.
+uint32_t merge_equal_neighbours(uint32_t *radices, uint32_t radix_count);
+
+// The reordering after passes over a mirrored list [s_0 .. s_{k−1}, M, s_{k−1} .. s_0]
+// (fft/pass_order.h): swaps each value with the one at its digit-reversed position.
+void swap_mirrored_digits(uint32_t length, const uint32_t *outer, uint32_t k, uint32_t middle, double *data,
+                          size_t stride, size_t batch);
 
 // In place, for q < count: the block of rows x cols x entry complex values at
 // data + q * distance (complex values) is read as a row-major rows x cols matrix of entries of

@@ -1,0 +1,380 @@
+// The FFT engine's passes for one instruction-set level: each pass multiplies the inputs of its
+// butterflies by their twiddle factors as it loads them and runs the butterfly on the values in
+// registers, so the data are swept once per pass. Vectors hold one transform value per lane:
+// along the butterflies of a block (consecutive offsets and interleaved sequences), or, when a
+// block holds a single butterfly, across neighbouring blocks.
+#include <cstddef>
+#include <cstring>
+#include <utility>
+
+#include "fft/butterflies.h"
+#include "fft/pass.h"
+#include "simd/vec.h"
+
+namespace hw::HW_ISA_NS {
+namespace {
+
+using fft::Butterfly;
+using fft::PassShape;
+using fft::RootTable;
+using fourier::Complex;
+using fourier::turn;
+
+template <int W>
+struct VecOf {
+    typedef double type __attribute__((vector_size(8 * W)));
+};
+
+// W transform values in registers: real parts in one vector, imaginary parts in another.
+template <int W>
+struct Lanes {
+    using V = typename VecOf<W>::type;
+
+    // W consecutive complex values.
+    static Complex<V> load(const double *p) { return load(p, std::make_index_sequence<W>{}); }
+    static void store(double *p, Complex<V> v) { store(p, v, std::make_index_sequence<W>{}); }
+
+    // W complex values `step` doubles apart. (Lanes are filled through arrays: element-wise
+    // stores into vector values have been miscompiled.)
+    static Complex<V> gather(const double *p, size_t step) {
+        double re[W], im[W];
+        for (int l = 0; l < W; ++l) {
+            re[l] = p[l * step];
+            im[l] = p[l * step + 1];
+        }
+        return from(re, im);
+    }
+    static void scatter(double *p, size_t step, Complex<V> v) {
+        double re[W], im[W];
+        std::memcpy(re, &v.re, sizeof re);
+        std::memcpy(im, &v.im, sizeof im);
+        for (int l = 0; l < W; ++l) {
+            p[l * step] = re[l];
+            p[l * step + 1] = im[l];
+        }
+    }
+    static Complex<V> from(const Complex<double> *values) {
+        double re[W], im[W];
+        for (int l = 0; l < W; ++l) {
+            re[l] = values[l].re;
+            im[l] = values[l].im;
+        }
+        return from(re, im);
+    }
+
+    // rows[i] lane l becomes rows[l] lane i: log2(W) stages, each swapping the off-diagonal
+    // blocks of size h of every 2h x 2h block.
+    template <int H = W / 2>
+    static void transpose(V *rows) {
+        if constexpr (H >= 1) {
+            for (int i = 0; i < W; ++i)
+                if (!(i & H)) {
+                    const V a = rows[i], b = rows[i + H];
+                    rows[i] = swap_low<H>(a, b, std::make_index_sequence<W>{});
+                    rows[i + H] = swap_high<H>(a, b, std::make_index_sequence<W>{});
+                }
+            transpose<H / 2>(rows);
+        }
+    }
+
+  private:
+    template <int H, size_t... I>
+    static V swap_low(V a, V b, std::index_sequence<I...>) {
+        return __builtin_shufflevector(a, b, ((I & H) ? W + I - H : I)...);
+    }
+    template <int H, size_t... I>
+    static V swap_high(V a, V b, std::index_sequence<I...>) {
+        return __builtin_shufflevector(a, b, ((I & H) ? W + I : I + H)...);
+    }
+    static Complex<V> from(const double *re, const double *im) {
+        Complex<V> v;
+        std::memcpy(&v.re, re, sizeof v.re);
+        std::memcpy(&v.im, im, sizeof v.im);
+        return v;
+    }
+    template <size_t... I>
+    static Complex<V> load(const double *p, std::index_sequence<I...>) {
+        V a, b;
+        std::memcpy(&a, p, sizeof a);
+        std::memcpy(&b, p + W, sizeof b);
+        return {__builtin_shufflevector(a, b, (2 * I)...), __builtin_shufflevector(a, b, (2 * I + 1)...)};
+    }
+    template <size_t... I>
+    static void store(double *p, Complex<V> v, std::index_sequence<I...>) {
+        const V a = __builtin_shufflevector(v.re, v.im, ((I % 2) * W + I / 2)...);
+        const V b = __builtin_shufflevector(v.re, v.im, ((I % 2) * W + W / 2 + I / 2)...);
+        std::memcpy(p, &a, sizeof a);
+        std::memcpy(p + W, &b, sizeof b);
+    }
+};
+
+template <>
+struct Lanes<1> {
+    using V = double;
+    static Complex<double> load(const double *p) { return {p[0], p[1]}; }
+    static void store(double *p, Complex<double> v) {
+        p[0] = v.re;
+        p[1] = v.im;
+    }
+    static Complex<double> gather(const double *p, size_t) { return load(p); }
+    static void scatter(double *p, size_t, Complex<double> v) { store(p, v); }
+    static Complex<double> from(const Complex<double> *values) { return values[0]; }
+};
+
+// w(t) of the table: one entry per level, multiplied in level order; levels whose digit is 0
+// contribute nothing.
+inline Complex<double> root(const RootTable &table, uint32_t t) {
+    const uint32_t mask = (1u << table.bits) - 1;
+    Complex<double> w = Lanes<1>::load(table.level[0] + 2 * (t & mask));
+    t >>= table.bits;
+    if (table.levels == 2) return t == 0 ? w : w * Lanes<1>::load(table.level[1] + 2 * t);
+    for (uint32_t l = 1; l < table.levels && t != 0; ++l, t >>= table.bits) {
+        const uint32_t digit = l + 1 == table.levels ? t : t & mask;
+        if (digit != 0) w = w * Lanes<1>::load(table.level[l] + 2 * digit);
+    }
+    return w;
+}
+
+// Block j of pass p in natural order, and rev(j): j's digits over the radices before p
+// (the last the least significant) read in the opposite order.
+struct BlockDigits {
+    uint32_t digit[fft::kMaxRadices], weight[fft::kMaxRadices], rev = 0, count;
+    const uint32_t *radix;
+
+    BlockDigits(const uint32_t *radices, uint32_t pass) : count(pass), radix(radices) {
+        uint32_t w = 1;
+        for (uint32_t t = 0; t < count; ++t) {
+            digit[t] = 0;
+            weight[t] = w;
+            w *= radices[t];
+        }
+    }
+    void next() {
+        for (uint32_t t = count; t-- > 0;) {
+            if (++digit[t] < radix[t]) {
+                rev += weight[t];
+                return;
+            }
+            digit[t] = 0;
+            rev -= (radix[t] - 1) * weight[t];
+        }
+    }
+};
+
+// The R twiddle factors of the current block (factor 0 is 1 and never applied).
+template <int R>
+void block_twiddles(const PassShape &s, uint32_t rev, Complex<double> *tw) {
+    for (int q = 1; q < R; ++q) tw[q] = root(*s.roots, rev * static_cast<uint32_t>(q) * s.m);
+}
+
+// Butterflies i .. span-1 of one block, W at a time and then narrower; inputs lie `span`
+// complex values apart. `tw` is null for the first pass.
+template <int R, bool Inverse, int W>
+void along_block(double *block, size_t i, size_t span, const Complex<double> *tw) {
+    using L = Lanes<W>;
+    for (; i + W <= span; i += W) {
+        Complex<typename L::V> x[R];
+        for (int q = 0; q < R; ++q) x[q] = L::load(block + 2 * (q * span + i));
+        if (tw)
+            for (int q = 1; q < R; ++q) x[q] = turn<Inverse>(x[q], tw[q]);
+        Butterfly<R>::template apply<Inverse>(x);
+        for (int q = 0; q < R; ++q) L::store(block + 2 * (q * span + i), x[q]);
+    }
+    if constexpr (W > 1) along_block<R, Inverse, W / 2>(block, i, span, tw);
+}
+
+// The twiddle factors of a pass whose blocks hold one butterfly each (span 1). Block j's
+// last digit l (radix r' of the previous pass) moves rev(j) by l·N/(r'·R), so when r' has a
+// butterfly of its own the factor of input q can be formed as w(rev(j − l)·q) · w(l·q·N/(r'·R)):
+// one root per input and run of r' blocks, times a small per-pass table. The choice depends on
+// the pass alone, so every level forms the same products.
+template <int R>
+struct SpanOneTwiddles {
+    Complex<double> lane[R][16];
+    uint32_t last_radix;
+    bool table;
+
+    explicit SpanOneTwiddles(const PassShape &s) : last_radix(s.pass > 0 ? s.radices[s.pass - 1] : 1) {
+        // The table pays off when it replaces more roots than it costs.
+        table = s.pass > 0 && last_radix <= 16 &&
+                uint64_t{R} * last_radix + uint64_t{R - 1} * (s.blocks / last_radix) < uint64_t{R - 1} * s.blocks;
+        if (!table) return;
+        const uint32_t step = s.n / (last_radix * R);
+        for (int q = 1; q < R; ++q)
+            for (uint32_t l = 0; l < last_radix; ++l) lane[q][l] = root(*s.roots, l * static_cast<uint32_t>(q) * step);
+    }
+    // The factors of block j (digits at j): tw[1 .. R−1].
+    void of_block(const PassShape &s, const BlockDigits &digits, Complex<double> *tw) const {
+        if (!table) return block_twiddles<R>(s, digits.rev, tw);
+        const uint32_t l = digits.digit[s.pass - 1], rev0 = digits.rev - l * (s.n / (last_radix * R));
+        for (int q = 1; q < R; ++q) tw[q] = lane[q][l] * root(*s.roots, rev0 * static_cast<uint32_t>(q));
+    }
+};
+
+// W consecutive blocks of R values each, one block per lane: x[q] lane b is value q of block b.
+// Read row by row and transposed in registers when R is a multiple of W.
+template <int R, int W>
+void load_blocks(const double *first, Complex<typename Lanes<W>::V> *x) {
+    using L = Lanes<W>;
+    if constexpr (W > 1 && R % W == 0) {
+        for (int c = 0; c < R; c += W) {
+            typename L::V re[W], im[W];
+            for (int b = 0; b < W; ++b) {
+                const auto row = L::load(first + 2 * (b * R + c));
+                re[b] = row.re;
+                im[b] = row.im;
+            }
+            L::transpose(re);
+            L::transpose(im);
+            for (int i = 0; i < W; ++i) x[c + i] = {re[i], im[i]};
+        }
+    } else {
+        for (int q = 0; q < R; ++q) x[q] = L::gather(first + 2 * q, 2 * R);
+    }
+}
+
+template <int R, int W>
+void store_blocks(double *first, const Complex<typename Lanes<W>::V> *x) {
+    using L = Lanes<W>;
+    if constexpr (W > 1 && R % W == 0) {
+        for (int c = 0; c < R; c += W) {
+            typename L::V re[W], im[W];
+            for (int i = 0; i < W; ++i) {
+                re[i] = x[c + i].re;
+                im[i] = x[c + i].im;
+            }
+            L::transpose(re);
+            L::transpose(im);
+            for (int b = 0; b < W; ++b) L::store(first + 2 * (b * R + c), {re[b], im[b]});
+        }
+    } else {
+        for (int q = 0; q < R; ++q) L::scatter(first + 2 * q, 2 * R, x[q]);
+    }
+}
+
+// Blocks j .. blocks-1 of a pass whose blocks hold one butterfly each (span 1, so R
+// consecutive values), W blocks at a time and then fewer, one block per lane.
+template <int R, bool Inverse, int W>
+void across_blocks(const PassShape &s, double *data, uint32_t j, BlockDigits &digits,
+                   const SpanOneTwiddles<R> &twiddles) {
+    if constexpr (W > R && (R & (R - 1)) == 0) {  // no more lanes than values per block
+        return across_blocks<R, Inverse, W / 2>(s, data, j, digits, twiddles);
+    }
+    using L = Lanes<W>;
+    using V = typename L::V;
+    // W blocks that share all digits but the last take one root per input.
+    const bool shared = twiddles.table && twiddles.last_radix % W == 0;
+    for (; j + W <= s.blocks; j += W) {
+        Complex<V> tw[R]{};
+        if (shared) {
+            const uint32_t l = digits.digit[s.pass - 1], rev0 = digits.rev - l * (s.n / (twiddles.last_radix * R));
+            for (int q = 1; q < R; ++q) {
+                const Complex<double> base = root(*s.roots, rev0 * static_cast<uint32_t>(q));
+                tw[q] = L::from(&twiddles.lane[q][l]) * Complex<V>{base.re + V{}, base.im + V{}};
+            }
+            for (int l = 0; l < W; ++l) digits.next();
+        } else if (s.pass > 0) {
+            Complex<double> lane_tw[R][W];
+            for (int l = 0; l < W; ++l, digits.next()) {
+                Complex<double> t[R];
+                twiddles.of_block(s, digits, t);
+                for (int q = 1; q < R; ++q) lane_tw[q][l] = t[q];
+            }
+            for (int q = 1; q < R; ++q) tw[q] = L::from(lane_tw[q]);
+        }
+        for (size_t g = 0; g < s.batch; ++g) {
+            double *first = data + 2 * (g * s.n + size_t{j} * R);
+            Complex<V> x[R];
+            load_blocks<R, W>(first, x);
+            if (s.pass > 0)
+                for (int q = 1; q < R; ++q) x[q] = turn<Inverse>(x[q], tw[q]);
+            Butterfly<R>::template apply<Inverse>(x);
+            store_blocks<R, W>(first, x);
+        }
+    }
+    if constexpr (W > 1) across_blocks<R, Inverse, W / 2>(s, data, j, digits, twiddles);
+}
+
+template <int R, bool Inverse>
+void radix_pass(const PassShape &s, double *data) {
+    const size_t span = size_t{s.m} * s.stride, block_length = R * span, group_length = size_t{s.n} * s.stride;
+    BlockDigits digits(s.radices, s.pass);
+    if (span == 1) {
+        const SpanOneTwiddles<R> twiddles(s);
+        across_blocks<R, Inverse, kLanes>(s, data, 0, digits, twiddles);
+        return;
+    }
+    for (uint32_t j = 0; j < s.blocks; ++j, digits.next()) {
+        Complex<double> tw[R]{};
+        if (s.pass > 0) block_twiddles<R>(s, digits.rev, tw);
+        for (size_t g = 0; g < s.batch; ++g)
+            along_block<R, Inverse, kLanes>(data + 2 * (g * group_length + j * block_length), 0, span,
+                                            s.pass > 0 ? tw : nullptr);
+    }
+}
+
+// A direct r-point DFT for an odd radix without a butterfly of its own, pairing outputs q and
+// r − q: y_q = Σ_j x_j · table[j·q mod r]. The twiddled inputs are gathered into `work`, so the
+// outputs can go straight back.
+template <bool Inverse>
+void generic_pass(const PassShape &s, double *data) {
+    const uint32_t r = s.radix, half = (r + 1) / 2;
+    const size_t span = size_t{s.m} * s.stride, block_length = r * span, group_length = size_t{s.n} * s.stride;
+    const double *table = s.table;
+    double *work = s.work;
+    BlockDigits digits(s.radices, s.pass);
+    for (uint32_t j = 0; j < s.blocks; ++j, digits.next())
+        for (size_t g = 0; g < s.batch; ++g)
+            for (size_t i = 0; i < span; ++i) {
+                double *x = data + 2 * (g * group_length + j * block_length + i);
+                for (uint32_t q = 0; q < r; ++q) {
+                    Complex<double> v = Lanes<1>::load(x + 2 * q * span);
+                    if (s.pass > 0 && q > 0) v = turn<Inverse>(v, root(*s.roots, digits.rev * q * s.m));
+                    Lanes<1>::store(work + 2 * q, v);
+                }
+                Complex<double> sum = Lanes<1>::load(work);
+                for (uint32_t q = 1; q < r; ++q) sum = sum + Lanes<1>::load(work + 2 * q);
+                Lanes<1>::store(x, sum);
+                for (uint32_t q = 1; q < half; ++q) {
+                    double are = work[0], aim = work[1], bre = 0.0, bim = 0.0;
+                    uint32_t t = q;
+                    for (uint32_t k = 1; k < half; ++k) {
+                        const double wr = table[2 * t], wi = table[2 * t + 1];
+                        const double *a = work + 2 * k, *c = work + 2 * (r - k);
+                        are += (a[0] + c[0]) * wr;
+                        bre += (a[0] - c[0]) * wi;
+                        aim += (a[1] + c[1]) * wr;
+                        bim -= (a[1] - c[1]) * wi;
+                        t += q;
+                        if (t >= r) t -= r;
+                    }
+                    Lanes<1>::store(x + 2 * q * span, {are + bim, aim + bre});
+                    Lanes<1>::store(x + 2 * (r - q) * span, {are - bim, aim - bre});
+                }
+            }
+}
+
+template <bool Inverse>
+void pass_in(const PassShape &s, double *data) {
+    switch (s.radix) {
+    case 2: radix_pass<2, Inverse>(s, data); break;
+    case 3: radix_pass<3, Inverse>(s, data); break;
+    case 4: radix_pass<4, Inverse>(s, data); break;
+    case 5: radix_pass<5, Inverse>(s, data); break;
+    case 6: radix_pass<6, Inverse>(s, data); break;
+    case 8: radix_pass<8, Inverse>(s, data); break;
+    case 9: radix_pass<9, Inverse>(s, data); break;
+    case 10: radix_pass<10, Inverse>(s, data); break;
+    case 15: radix_pass<15, Inverse>(s, data); break;
+    case 16: radix_pass<16, Inverse>(s, data); break;
+    default: generic_pass<Inverse>(s, data);
+    }
+}
+
+}  // namespace
+
+void fft_pass(const PassShape &shape, double *data, bool inverse) {
+    inverse ? pass_in<true>(shape, data) : pass_in<false>(shape, data);
+}
+
+}  // namespace hw::HW_ISA_NS
