@@ -105,7 +105,9 @@ TEST(Concurrency, EverythingRunsOnA64KiBStack) {
         return nullptr;
     }, &got);
     EXPECT_TRUE(got == want);
-    EXPECT_LT(used - idle, size_t{60 * 1024}) << "the header promises at most 64 KiB";
+#ifndef __SANITIZE_ADDRESS__  // the sanitizer's red zones make every frame larger
+    EXPECT_LT(used - idle, size_t{56 * 1024}) << "the header promises at most 56 KiB";
+#endif
     RecordProperty("stack_bytes", int(used - idle));
     std::printf("stack: %zu bytes touched by the calls and their harness, %zu by an idle thread\n", used, idle);
 }
