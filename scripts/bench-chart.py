@@ -12,7 +12,14 @@ import matplotlib
 matplotlib.use("Agg")
 import matplotlib.pyplot as plt  # noqa: E402
 
-NOT_REFERENCES = {"libhw", "copy_only"}  # copy_only is the memory floor, not a competitor
+# copy_only is the memory floor, and the instruction-set levels are libhw's own paths: no
+# competitor among them.
+NOT_REFERENCES = {"libhw", "copy_only", "baseline", "avx2", "avx512"}
+
+
+def label(case):
+    """The case without Google Benchmark's run options ("/min_time:...", "/manual_time")."""
+    return case.split("/", 1)[0]
 
 
 def by_size(case):
@@ -36,27 +43,31 @@ def draw(tables, png):
     families = [f for f in tables["families"] if ratios(f)]
     if not families:
         sys.exit("no family compares libhw with a reference")
-    fig, axes = plt.subplots(len(families), 1, figsize=(10, 3.6 * len(families)), squeeze=False)
+    # Horizontal bars, one row per case, so that families with many cases stay readable.
+    rows = [len(f["cases"]) for f in families]
+    fig, axes = plt.subplots(len(families), 1, figsize=(10, 1.5 * len(families) + 0.22 * sum(rows)),
+                             squeeze=False, gridspec_kw={"height_ratios": [r + 3 for r in rows]})
     for ax, family in zip(axes[:, 0], families):
         series = ratios(family)
         cases = sorted((c["case"] for c in family["cases"]), key=by_size)
-        width = 0.8 / len(series)
+        height = 0.8 / len(series)
         for i, (reference, points) in enumerate(sorted(series.items())):
-            xs = [cases.index(case) - 0.4 + width * (i + 0.5) for case, _ in points]
-            bars = ax.bar(xs, [r for _, r in points], width, label="libhw / " + reference)
-            ax.bar_label(bars, fmt="%.2g", fontsize=7)
-        ax.axhline(1.0, color="black", linewidth=0.8)
-        ax.set_yscale("log")
-        ax.set_xticks(range(len(cases)))
-        ax.set_xticklabels(cases, rotation=30, ha="right")
-        ax.set_ylabel("time ratio (log)")
-        ax.set_title("%s: libhw time / reference time, per size (below 1: libhw faster)" % family["name"])
-        ax.legend(fontsize="small")
-        ax.grid(axis="y", which="both", alpha=0.3)
+            ys = [cases.index(case) - 0.4 + height * (i + 0.5) for case, _ in points]
+            bars = ax.barh(ys, [r for _, r in points], height, label="libhw / " + reference)
+            ax.bar_label(bars, fmt="%.2g", fontsize=6, padding=2)
+        ax.axvline(1.0, color="black", linewidth=0.8)
+        ax.set_xscale("log")
+        ax.set_yticks(range(len(cases)))
+        ax.set_yticklabels([label(c) for c in cases], fontsize=7)
+        ax.set_ylim(len(cases) - 0.5, -0.5)
+        ax.set_xlabel("libhw time / reference time (log; below 1: libhw faster)")
+        ax.set_title(family["name"])
+        ax.legend(fontsize="small", loc="lower right")
+        ax.grid(axis="x", which="both", alpha=0.3)
     machine = tables["machine"]
     fig.suptitle("%s, %s (%d cores, %d MHz)" % (tables["date"], machine["cpu"], machine["cores"], machine["mhz"]))
-    fig.tight_layout()
-    fig.savefig(png, dpi=90)
+    fig.tight_layout(rect=(0, 0, 1, 1 - 0.4 / fig.get_figheight()))  # room for the title
+    fig.savefig(png, dpi=80)
 
 
 def update_readme(readme, tables, png):
