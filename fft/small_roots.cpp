@@ -5,20 +5,23 @@ namespace hw::fft {
 
 void small_unit_roots(uint32_t n, uint64_t first, uint64_t step, uint64_t count, double *cos_sin) {
     constexpr uint32_t eighth = kSmallRootOrder / 8, quarter = kSmallRootOrder / 4;
-    const uint64_t scale = kSmallRootOrder / n;
+    const uint32_t scale = kSmallRootOrder / n, advance = static_cast<uint32_t>(step % n) * scale;
+    uint32_t u = static_cast<uint32_t>(first % n) * scale;  // the angle in units of 2π/6720
     for (uint64_t i = 0; i < count; ++i) {
-        const uint64_t u = (first + i * step) % n * scale;
-        const uint32_t turns = static_cast<uint32_t>(u / quarter), r = static_cast<uint32_t>(u % quarter);
+        uint32_t r = u, turns = 0;
+        while (r >= quarter) r -= quarter, ++turns;
         // w(r) in the first quarter: (c, s) -> (s, c) about π/4; then a quarter turn per unit.
         double c = r <= eighth ? kSmallRootOctant[2 * r] : kSmallRootOctant[2 * (quarter - r) + 1];
         double s = r <= eighth ? kSmallRootOctant[2 * r + 1] : kSmallRootOctant[2 * (quarter - r)];
-        for (uint32_t k = 0; k < turns; ++k) {
+        for (; turns > 0; --turns) {
             const double t = c;
             c = 0.0 - s;  // +0 rather than −0, as unit_root gives
             s = t;
         }
         cos_sin[2 * i] = c;
         cos_sin[2 * i + 1] = s;
+        u += advance;
+        if (u >= kSmallRootOrder) u -= kSmallRootOrder;
     }
 }
 
