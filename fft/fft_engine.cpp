@@ -13,18 +13,28 @@
 #include "fft/pass_order.h"
 #include "fft/radix_kinds.h"
 #include "fft/reorder.h"
+#include "fft/small_roots.h"
 #include "hw.h"
 #include "trig/trig.h"
 
 namespace hw::fft {
 namespace {
 
+// w(i·step) of order n for i < count: from the constant table where n divides its order,
+// evaluated otherwise; the same bits either way.
+void exact_roots(simd::Isa isa, uint32_t n, uint64_t step, uint64_t count, double *roots) {
+    if (kSmallRootOrder % n == 0)
+        small_unit_roots(n, 0, step, count, roots);
+    else
+        HW_PICK(isa, unit_roots)(n, 0, step, count, roots);
+}
+
 // w(i·step) for i < count, the whole circle (count·step = n, n/step a multiple of 8): the first
 // octant evaluated, the rest by the exact symmetries (c, s) -> (s, c) about π/4 and
 // (c, s) -> (−s, c) per quarter turn.
 void fill_circle(simd::Isa isa, uint32_t n, uint64_t step, uint32_t count, double *roots) {
     const uint32_t eighth = count / 8, quarter = count / 4;
-    HW_PICK(isa, unit_roots)(n, 0, step, eighth + 1, roots);
+    exact_roots(isa, n, step, eighth + 1, roots);
     for (uint32_t i = eighth + 1; i <= quarter; ++i) {
         roots[2 * i] = roots[2 * (quarter - i) + 1];
         roots[2 * i + 1] = roots[2 * (quarter - i)];
@@ -55,7 +65,6 @@ void fill_root_table(simd::Isa isa, uint32_t n, double *storage, RootTable *tabl
             }
         }
     }
-    const auto unit_roots = HW_PICK(isa, unit_roots);
     for (uint32_t l = 0; l < table->levels; ++l) {
         const uint64_t step = uint64_t{1} << (table->bits * l);
         const uint64_t count = l + 1 < table->levels ? uint64_t{1} << table->bits : (n + step - 1) / step;
@@ -63,7 +72,7 @@ void fill_root_table(simd::Isa isa, uint32_t n, double *storage, RootTable *tabl
         if (l + 1 == table->levels && n % (8 * step) == 0 && count >= 8)
             fill_circle(isa, n, step, static_cast<uint32_t>(count), level);
         else
-            unit_roots(n, 0, step, count, level);
+            exact_roots(isa, n, step, count, level);
         table->level[l] = level;
     }
 }
@@ -71,7 +80,7 @@ void fill_root_table(simd::Isa isa, uint32_t n, double *storage, RootTable *tabl
 // roots[k] = ω^k for k < r, ω = exp(∓2πi/r) (− forward, + inverse).
 void fill_generic_roots(simd::Isa isa, uint32_t r, bool inverse, double *roots) {
     const uint32_t half = (r + 1) / 2;
-    HW_PICK(isa, unit_roots)(r, 0, 1, half, roots);
+    exact_roots(isa, r, 1, half, roots);
     for (uint32_t k = 1; k < half; ++k) {
         const double sine = roots[2 * k + 1];
         roots[2 * k + 1] = inverse ? sine : -sine;

@@ -7,6 +7,7 @@
 #include "fft/butterflies.h"
 #include "fft/engine.h"
 #include "fft/radix_kinds.h"
+#include "fft/small_roots.h"
 #include "fourier_support.h"
 #include "simd_levels.h"
 #include "trig/trig.h"
@@ -109,6 +110,22 @@ TEST(FftEngine, ButterflyConstantsAreExactRoots) {
         const long double angle = 6.283185307179586476925286766559L * r.t / r.n;
         EXPECT_EQ(static_cast<double>(std::cos(angle)), r.cosine) << r.t << "/" << r.n;
         EXPECT_EQ(static_cast<double>(std::sin(angle)), r.sine) << r.t << "/" << r.n;
+    }
+}
+
+// The constant table serves every order dividing 6720 with unit_root's bits, signs of zero included.
+TEST(FftEngine, SmallRootTableHoldsExactRoots) {
+    using namespace hw::fft;
+    double got[2 * kSmallRootOrder];
+    for (uint32_t n = 1; n <= kSmallRootOrder; ++n) {
+        if (kSmallRootOrder % n != 0) continue;
+        small_unit_roots(n, 0, 1, n, got);
+        for (uint32_t t = 0; t < n; ++t) {
+            double cosine, sine;
+            hw::trig::unit_root(t, n, &cosine, &sine);
+            ASSERT_EQ(std::memcmp(got + 2 * t, &cosine, 8), 0) << t << "/" << n;
+            ASSERT_EQ(std::memcmp(got + 2 * t + 1, &sine, 8), 0) << t << "/" << n;
+        }
     }
 }
 
