@@ -221,10 +221,10 @@ bool engine_message(const std::string &m) {
     return false;
 }
 
-std::vector<HostValue> make(Host &h, int entry, const std::vector<Arg> &spec) {
+std::vector<HostValue> make(Host &h, int entry, const std::vector<Arg> &arg_list) {
     std::vector<HostValue> args;
-    for (size_t i = 0; i < spec.size(); ++i) {
-        const Arg &a = spec[i];
+    for (size_t i = 0; i < arg_list.size(); ++i) {
+        const Arg &a = arg_list[i];
         switch (a.kind) {
         case Arg::Int: args.push_back(h.integer(a.value)); break;
         case Arg::Big: args.push_back(h.big_integer(a.value)); break;
@@ -234,7 +234,7 @@ std::vector<HostValue> make(Host &h, int entry, const std::vector<Arg> &spec) {
         case Arg::Same: args.push_back(size_t(a.value) < i ? args[size_t(a.value)] : h.null()); break;
         case Arg::Table: {
             const refhost::RTableSpec s{a.bounds, a.data_type, a.storage, a.order, a.read_only,
-                                        refused_for_size(entry, spec, i)};
+                                        refused_for_size(entry, arg_list, i)};
             args.push_back(h.rtable(s));
             auto *bytes = static_cast<uint8_t *>(h.data(args.back()));
             for (size_t j = 0; j < h.byte_size(args.back()); ++j) bytes[j] = uint8_t(j * 37 + 11) & 0x3f;
@@ -244,10 +244,10 @@ std::vector<HostValue> make(Host &h, int entry, const std::vector<Arg> &spec) {
     return args;
 }
 
-void run(int entry, const std::vector<Arg> &spec) {
+void run(int entry, const std::vector<Arg> &arg_list) {
     Host h(refhost::ErrorMode::Exception);
-    const std::vector<HostValue> args = make(h, entry, spec);
-    const int64_t data_elements = spec.size() > 1 && spec[1].kind == Arg::Table ? claimed(spec[1].bounds) : 0;
+    const std::vector<HostValue> args = make(h, entry, arg_list);
+    const int64_t data_elements = arg_list.size() > 1 && arg_list[1].kind == Arg::Table ? claimed(arg_list[1].bounds) : 0;
     std::vector<std::vector<uint8_t>> before;
     for (HostValue a : args) before.push_back(h.is_rtable(a) ? h.bytes(a) : std::vector<uint8_t>{});
     const refhost::CallResult r = h.call(kEntries[entry].fn, args);
@@ -255,11 +255,11 @@ void run(int entry, const std::vector<Arg> &spec) {
     if (!r.ok && !engine_message(r.error))
         for (size_t i = 0; i < args.size(); ++i)
             if (h.is_rtable(args[i]) && h.bytes(args[i]) != before[i]) broken("refused call changed an rtable", r.error);
-    if (r.ok && entry <= 1 && spec.size() > 1 && spec[1].kind == Arg::Table && spec[1].bounds.size() >= 2 &&
-        claimed(spec[1].bounds) > kMaxTotal)
+    if (r.ok && entry <= 1 && arg_list.size() > 1 && arg_list[1].kind == Arg::Table && arg_list[1].bounds.size() >= 2 &&
+        claimed(arg_list[1].bounds) > kMaxTotal)
         broken("accepted more than 2^31 - 1 elements", kEntries[entry].name);
     if (r.ok && entry == 0 && args.size() == 6 && h.is_rtable(args[5])) {  // the same as with storage made
-        std::vector<Arg> without = spec;
+        std::vector<Arg> without = arg_list;
         without[5] = integer(0);
         Host fresh(refhost::ErrorMode::Exception);
         const std::vector<HostValue> again = make(fresh, entry, without);
