@@ -56,7 +56,7 @@ void root_of_power(const Circle &c, uint32_t m, double *cosine, double *sine) {
 // ---- across sequences: vectors of interleaved complex values, one complex per two lanes
 
 typedef double vcomplex __attribute__((vector_size(16)));  // a single complex value
-constexpr long long kSignBit = static_cast<long long>(1ULL << 63);
+[[maybe_unused]] constexpr long long kSignBit = static_cast<long long>(1ULL << 63);
 
 template <class Vec>
 constexpr int kDoubles = sizeof(Vec) / sizeof(double);
