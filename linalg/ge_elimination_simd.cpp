@@ -49,18 +49,9 @@ template <> inline vdouble load_as<vdouble>(const double *p) { return load(p); }
 template <> inline double load_as<double>(const double *p) { return *p; }
 inline void store_as(double *p, vdouble v) { store(p, v); }
 inline void store_as(double *p, double v) { *p = v; }
-// Every lane x, also -0.0, in one broadcast instruction (filling the lanes one by one, as
-// vec.h's broadcast does, compiles to a masked load per lane inside the kernel).
+// The kernels' templates take a vector or a scalar alike.
 template <class T> inline T splat(double x);
-template <> inline vdouble splat<vdouble>(double x) {
-#if HW_VEC_DOUBLES == 2
-    return vdouble{x, x};
-#elif HW_VEC_DOUBLES == 4
-    return vdouble{x, x, x, x};
-#else
-    return vdouble{x, x, x, x, x, x, x, x};
-#endif
-}
+template <> inline vdouble splat<vdouble>(double x) { return broadcast(x); }
 template <> inline double splat<double>(double x) { return x; }
 
 // R rows x (V lanes of T) columns from column c: for each step t < steps in order,
