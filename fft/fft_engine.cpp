@@ -115,7 +115,7 @@ int32_t transform(simd::Isa isa, uint32_t length, uint32_t *radices, uint32_t ra
             fill_generic_roots(isa, r, inverse, roots);
             table_radix = r;
         }
-        const PassShape shape{length, r, m, blocks, p, order, stride, batch, &root_table, work, roots};
+        const PassShape shape{length, r, m, blocks, p, 0, blocks, order, stride, batch, &root_table, work, roots};
         if (r > 1) pass(shape, data, inverse);
         blocks *= r;
     }

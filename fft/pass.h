@@ -28,9 +28,13 @@ struct RootTable {
 // Pass p of a transform of length n: blocks of r · m positions (N_{p−1} = blocks of them in
 // each sequence); within a block, butterfly input q is the run of m positions from q · m on,
 // and in block j it is first multiplied by the twiddle factor W_n^(rev(j) · q · m), rev the
-// digit reversal of j over the radices before p (no factors when p is 0).
+// digit reversal of j over the radices before p (no factors when p is 0). A call applies the
+// pass to blocks first_block .. last_block − 1 of every sequence only, so that later passes can
+// run block by block while a block is in cache; both bounds are 0 or multiples of the previous
+// pass's radix.
 struct PassShape {
     uint32_t n, radix, m, blocks, pass;
+    uint32_t first_block, last_block;
     const uint32_t *radices;  // the passes' radices, pass order
     size_t stride, batch;
     const RootTable *roots;

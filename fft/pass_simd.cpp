@@ -141,12 +141,16 @@ struct BlockDigits {
     uint32_t digit[fft::kMaxRadices], weight[fft::kMaxRadices], rev = 0, count;
     const uint32_t *radix;
 
-    BlockDigits(const uint32_t *radices, uint32_t pass) : count(pass), radix(radices) {
+    // Starting at block `first`.
+    BlockDigits(const uint32_t *radices, uint32_t pass, uint32_t first) : count(pass), radix(radices) {
         uint32_t w = 1;
         for (uint32_t t = 0; t < count; ++t) {
-            digit[t] = 0;
             weight[t] = w;
             w *= radices[t];
+        }
+        for (uint32_t t = count; t-- > 0; first /= radices[t]) {
+            digit[t] = first % radices[t];
+            rev += digit[t] * weight[t];
         }
     }
     void next() {
@@ -252,7 +256,7 @@ void store_blocks(double *first, const Complex<typename Lanes<W>::V> *x) {
     }
 }
 
-// Blocks j .. blocks-1 of a pass whose blocks hold one butterfly each (span 1, so R
+// Blocks j .. last_block − 1 of a pass whose blocks hold one butterfly each (span 1, so R
 // consecutive values), W blocks at a time and then fewer, one block per lane.
 template <int R, bool Inverse, int W>
 void across_blocks(const PassShape &s, double *data, uint32_t j, BlockDigits &digits,
@@ -264,7 +268,7 @@ void across_blocks(const PassShape &s, double *data, uint32_t j, BlockDigits &di
     using V = typename L::V;
     // W blocks that share all digits but the last take one root per input.
     const bool shared = twiddles.table && twiddles.last_radix % W == 0;
-    for (; j + W <= s.blocks; j += W) {
+    for (; j + W <= s.last_block; j += W) {
         Complex<V> tw[R]{};
         if (shared) {
             const uint32_t l = digits.digit[s.pass - 1], rev0 = digits.rev - l * (s.n / (twiddles.last_radix * R));
@@ -298,13 +302,13 @@ void across_blocks(const PassShape &s, double *data, uint32_t j, BlockDigits &di
 template <int R, bool Inverse>
 void radix_pass(const PassShape &s, double *data) {
     const size_t span = size_t{s.m} * s.stride, block_length = R * span, group_length = size_t{s.n} * s.stride;
-    BlockDigits digits(s.radices, s.pass);
+    BlockDigits digits(s.radices, s.pass, s.first_block);
     if (span == 1) {
         const SpanOneTwiddles<R> twiddles(s);
-        across_blocks<R, Inverse, kLanes>(s, data, 0, digits, twiddles);
+        across_blocks<R, Inverse, kLanes>(s, data, s.first_block, digits, twiddles);
         return;
     }
-    for (uint32_t j = 0; j < s.blocks; ++j, digits.next()) {
+    for (uint32_t j = s.first_block; j < s.last_block; ++j, digits.next()) {
         Complex<double> tw[R]{};
         if (s.pass > 0) block_twiddles<R>(s, digits.rev, tw);
         for (size_t g = 0; g < s.batch; ++g)
@@ -322,8 +326,8 @@ void generic_pass(const PassShape &s, double *data) {
     const size_t span = size_t{s.m} * s.stride, block_length = r * span, group_length = size_t{s.n} * s.stride;
     const double *table = s.table;
     double *work = s.work;
-    BlockDigits digits(s.radices, s.pass);
-    for (uint32_t j = 0; j < s.blocks; ++j, digits.next())
+    BlockDigits digits(s.radices, s.pass, s.first_block);
+    for (uint32_t j = s.first_block; j < s.last_block; ++j, digits.next())
         for (size_t g = 0; g < s.batch; ++g)
             for (size_t i = 0; i < span; ++i) {
                 double *x = data + 2 * (g * group_length + j * block_length + i);
