@@ -13,23 +13,9 @@
 namespace {
 
 // Entries 0 .. h-1 of the table: (cos(m*theta), sigma*sin(m*theta)), the angle rounded first.
-// The angles go through the level's batch of sin_cos in blocks of kBlock (3 kBlock doubles of
-// stack).
 void fill_half_circle_roots(hw::simd::Isa isa, uint32_t n, double pi, int32_t inverse, double *roots) {
-    constexpr uint32_t kBlock = 128;
-    const auto sin_cos_batch = HW_PICK(isa, sin_cos_batch);
     const double theta = (pi + pi) / static_cast<double>(n);
-    const uint32_t h = (n + 1) / 2;
-    double angle[kBlock], sine[kBlock], cosine[kBlock];
-    for (uint32_t first = 0; first < h; first += kBlock) {
-        const uint32_t count = h - first < kBlock ? h - first : kBlock;
-        for (uint32_t i = 0; i < count; ++i) angle[i] = static_cast<double>(first + i) * theta;
-        sin_cos_batch(angle, count, sine, cosine);
-        for (uint32_t i = 0; i < count; ++i) {
-            roots[2 * (first + i)] = cosine[i];
-            roots[2 * (first + i) + 1] = inverse ? sine[i] : -sine[i];
-        }
-    }
+    HW_PICK(isa, sin_cos_multiples)(theta, (n + 1) / 2, inverse ? 1.0 : -1.0, roots);
 }
 
 }  // namespace

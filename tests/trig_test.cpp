@@ -14,6 +14,7 @@
 #include "simd_levels.h"
 #include "trig/exact_trig.h"
 #include "trig/octant_kernel.h"
+#include "trig/root_steps.h"
 #include "trig/trig.h"
 #include "trig/trig_tables.h"
 
@@ -153,6 +154,54 @@ TEST(Trig, FastEvaluationStaysWellInsideItsErrorBound) {
     mpfr_clears(exact, pi, (mpfr_ptr)0);
 }
 
+// The rotations of m*theta (a chain of products here, a tree in the batch: the bound is the
+// same) against MPFR, and the results for x_m = fl(m*theta) against their bound eps_m, a margin
+// of 4 required; prints the share of results the rounding test sends to sin_cos.
+TEST(Trig, RotationsStayWellInsideTheirErrorBound) {
+    Mpfr m;
+    mpfr_t exact;
+    mpfr_init2(exact, 300);
+    std::mt19937_64 rng(13);
+    double worst_rotation = 0, worst_result = 0;
+    long results = 0, unsure = 0;
+    for (int trial = 0; trial < 40; ++trial) {
+        const uint64_t n = trial < 20 ? 8 + trial : 8 + rng() % 20000;
+        const double theta = kTwoPi / static_cast<double>(n);
+        double e1, t1, t2;
+        const hw::trig::Rotation<double> first = hw::trig::first_rotation(theta, e1);
+        hw::trig::split(theta, t1, t2);
+        hw::trig::Rotation<double> z = first;
+        for (uint64_t k = 1; k < (n + 1) / 2 && k < 2000; ++k, z = hw::trig::rotate(z, first)) {
+            const double bound = static_cast<double>(k) * (e1 + hw::trig::kRotationError);
+            const double x = static_cast<double>(k) * theta, lo = hw::trig::exact_rest<double>(k, x, t1, t2);
+            double v[4];
+            hw::trig::rotation_to_angle(z, lo, v[0], v[1], v[2], v[3]);
+            const double eps = bound + hw::trig::kOutputError;
+            unsure += !hw::trig::rounds_surely_signed<double, int64_t>(v[0], v[1], eps) ||
+                      !hw::trig::rounds_surely_signed<double, int64_t>(v[2], v[3], eps);
+            ++results;
+            for (int which = 0; which < 2; ++which) {
+                mpfr_set_d(m.x, theta, MPFR_RNDN);
+                mpfr_mul_ui(m.x, m.x, k, MPFR_RNDN);  // exact at 300 bits
+                (which ? mpfr_sin : mpfr_cos)(exact, m.x, MPFR_RNDN);
+                mpfr_sub_d(exact, exact, which ? z.sh : z.ch, MPFR_RNDN);
+                mpfr_sub_d(exact, exact, which ? z.sl : z.cl, MPFR_RNDN);
+                worst_rotation = std::max(worst_rotation, std::fabs(mpfr_get_d(exact, MPFR_RNDN)) / bound);
+                mpfr_set_d(m.x, x, MPFR_RNDN);
+                (which ? mpfr_sin : mpfr_cos)(exact, m.x, MPFR_RNDN);
+                mpfr_sub_d(exact, exact, v[2 * which], MPFR_RNDN);
+                mpfr_sub_d(exact, exact, v[2 * which + 1], MPFR_RNDN);
+                worst_result = std::max(worst_result, std::fabs(mpfr_get_d(exact, MPFR_RNDN)) / eps);
+            }
+        }
+    }
+    EXPECT_LT(worst_rotation, 0.25);
+    EXPECT_LT(worst_result, 0.25);
+    std::printf("worst error / bound: rotation %g, result %g; sent to sin_cos %ld of %ld\n", worst_rotation,
+                worst_result, unsure, results);
+    mpfr_clear(exact);
+}
+
 // The rounding test at the edges of its room: half an ulp either side, a quarter below a power
 // of two, and nothing for a tie.
 TEST(Trig, RoundingTestKeepsClearOfMidpoints) {
@@ -270,6 +319,21 @@ TEST(Trig, SinCosBatchGivesScalarBitsOnEveryLevel) {
         for (uint64_t m = 0; m < (n + 1) / 2; ++m) x.push_back(static_cast<double>(m) * (kTwoPi / static_cast<double>(n)));
     std::vector<double> want(2 * x.size()), got(2 * x.size());
     for (size_t i = 0; i < x.size(); ++i) hw::trig::sin_cos(x[i], &want[i], &want[x.size() + i]);
+    // The multiples of the same steps, over the whole circle and with either sign of the sine.
+    for (uint64_t n = 1; n <= 4096; n += n < 512 ? 1 : 593) {
+        const double step = kTwoPi / static_cast<double>(n), sign = n % 2 ? 1.0 : -1.0;
+        std::vector<double> expect(2 * n), multiples(2 * n + 1);
+        for (uint64_t k = 0; k < n; ++k) {
+            hw::trig::sin_cos(static_cast<double>(k) * step, &expect[2 * k + 1], &expect[2 * k]);
+            expect[2 * k + 1] *= sign;
+        }
+        for (Isa isa : hwtest::runnable_levels()) {
+            multiples.back() = -7.0;
+            HW_PICK(isa, sin_cos_multiples)(step, n, sign, multiples.data());
+            EXPECT_EQ(0, std::memcmp(multiples.data(), expect.data(), 2 * n * sizeof(double))) << n;
+            EXPECT_EQ(-7.0, multiples.back()) << "wrote past the multiples";
+        }
+    }
     for (Isa isa : hwtest::runnable_levels())
         for (size_t skip : {0, 3}) {
             const size_t count = x.size() - skip;

@@ -21,6 +21,11 @@ void unit_root(uint64_t t, uint64_t n, double *cosine, double *sine);
 // angles at a time.
 HW_PER_ISA(void, sin_cos_batch, (const double *x, size_t count, double *sine, double *cosine))
 
+// cos_sin[2m], cos_sin[2m + 1] = cos x and sine_sign * sin x of x = fl(m*theta) for m < count
+// (sin_cos's bits), by rotations where that is proven (0 < theta <= pi/4, x <= 3.5): about
+// five times cheaper than sin_cos_batch of the angles.
+HW_PER_ISA(void, sin_cos_multiples, (double theta, size_t count, double sine_sign, double *cos_sin))
+
 // cos_sin[2k], cos_sin[2k + 1] = cosine and sine of 2π(first + k·step)/n for k < count, the
 // same bits as unit_root on every level.
 HW_PER_ISA(void, unit_roots, (uint64_t n, uint64_t first, uint64_t step, size_t count, double *cos_sin))

@@ -11,6 +11,7 @@
 #include "simd/vec.h"
 #include "trig/exact_trig.h"
 #include "trig/octant_kernel.h"
+#include "trig/root_steps.h"
 #include "trig/sin_cos_kernel.h"
 #include "trig/trig.h"
 #include "trig/trig_tables.h"
@@ -148,7 +149,80 @@ void roots_of_lanes(const Order &o, vdouble u, vdouble &cosine, vdouble &sine) {
     sine = ((octant & 4) != 0 ? -sr : sr) + 0.0;
 }
 
+// Lanes [0, count) of the cos and sine_sign * sin vectors into out as interleaved pairs.
+void store_pairs(double *out, size_t count, vdouble c, vdouble s) {
+    if (count >= static_cast<size_t>(kLanes)) {
+        store_interleaved(out, c, s);
+        return;
+    }
+    for (size_t i = 0; i < count; ++i) {
+        out[2 * i] = c[i];
+        out[2 * i + 1] = s[i];
+    }
+}
+
+// The fast part of sin_cos_multiples (trig/root_steps.h): lane i starts at the rotation of
+// i*theta and every vector turns by that of kLanes*theta, all from the rotation of theta by
+// the product tree Z_b = Z_(b/2) Z_(b - b/2). Returns how many multiples it wrote: those with
+// x_m <= 3.5 (so |lo| <= 2^-52) and an error bound below 2^-60 (past that, most results near
+// sin = 0 would fail the rounding test anyway).
+size_t rotated_multiples(double theta, size_t count, double sine_sign, double *cos_sin) {
+    if (!(theta > 0 && theta <= 0.7853981633974483)) return 0;
+    Rotation<double> r[kLanes + 1];
+    double e1;
+    r[0] = {1.0, 0.0, 0.0, 0.0};
+    r[1] = first_rotation(theta, e1);
+    for (int b = 2; b <= kLanes; ++b) r[b] = rotate(r[b / 2], r[b - b / 2]);
+    const double per_m = (e1 + kRotationError) * (1 + 0x1p-40);  // the padding covers m*per_m's rounding
+    double limit = 3.5 / theta < 0x1p-60 / per_m ? 3.5 / theta : 0x1p-60 / per_m;
+    limit = limit < 0x1p26 ? limit : 0x1p26;
+    const size_t fast = count < static_cast<size_t>(limit) ? count : static_cast<size_t>(limit);
+
+    Rotation<vdouble> z;
+    vdouble m;
+    for (int i = 0; i < kLanes; ++i) {
+        z.ch[i] = r[i].ch;
+        z.cl[i] = r[i].cl;
+        z.sh[i] = r[i].sh;
+        z.sl[i] = r[i].sl;
+        m[i] = i;
+    }
+    const Rotation<vdouble> w{broadcast(r[kLanes].ch), broadcast(r[kLanes].cl), broadcast(r[kLanes].sh),
+                              broadcast(r[kLanes].sl)};
+    double t1, t2;
+    split(theta, t1, t2);
+    for (size_t k = 0; k < fast; k += kLanes) {
+        const vdouble x = m * theta;
+        const vdouble eps = m * per_m + kOutputError;
+        vdouble c, cl, s, sl;
+        rotation_to_angle(z, exact_rest(m, x, t1, t2), c, cl, s, sl);
+        const auto sure = rounds_surely_signed<vdouble, vint64>(c, cl, eps) &
+                          rounds_surely_signed<vdouble, vint64>(s, sl, eps);
+        for (int i = 0; i < kLanes; ++i) {
+            if (sure[i]) continue;
+            double si, ci;
+            hw::trig::sin_cos(x[i], &si, &ci);
+            c[i] = ci;
+            s[i] = si;
+        }
+        store_pairs(cos_sin + 2 * k, fast - k, c, s * sine_sign);
+        z = rotate(z, w);
+        m += kLanes;
+    }
+    return fast;
+}
+
 }  // namespace
+
+void sin_cos_multiples(double theta, size_t count, double sine_sign, double *cos_sin) {
+    size_t k = rotated_multiples(theta, count, sine_sign, cos_sin);
+    for (; k < count; k += kLanes) {
+        vdouble m, s, c;
+        for (int i = 0; i < kLanes; ++i) m[i] = static_cast<double>(k + i);
+        sin_cos_of_lanes(m * theta, s, c);
+        store_pairs(cos_sin + 2 * k, count - k, c, s * sine_sign);
+    }
+}
 
 void sin_cos_batch(const double *x, size_t count, double *sine, double *cosine) {
     size_t i = 0;
