@@ -66,6 +66,27 @@ void run_roots(benchmark::State &state, Roots how, hw::simd::Isa isa, uint64_t n
     }
 }
 
+// The direct transform's roots table of order n: cos and -sin of fl(m*(2pi/n)) for m < (n+1)/2,
+// by the rotations of sin_cos_multiples or (as before them) the sin_cos batch of the angles.
+void run_multiples(benchmark::State &state, bool rotations, hw::simd::Isa isa, uint32_t n) {
+    const uint32_t h = (n + 1) / 2;
+    const double theta = kTwoPi / static_cast<double>(n);
+    std::vector<double> angle(h), sine(h), out(2 * h);
+    for (auto _ : state) {
+        if (rotations) {
+            HW_PICK(isa, sin_cos_multiples)(theta, h, -1.0, out.data());
+        } else {
+            for (uint32_t m = 0; m < h; ++m) angle[m] = static_cast<double>(m) * theta;
+            HW_PICK(isa, sin_cos_batch)(angle.data(), h, sine.data(), out.data());
+            for (uint32_t m = 0; m < h; ++m) out[h + m] = -sine[m];
+        }
+        benchmark::DoNotOptimize(out.data());
+        benchmark::ClobberMemory();
+    }
+    state.counters["ns_per_entry"] = benchmark::Counter(h, benchmark::Counter::kIsIterationInvariantRate |
+                                                               benchmark::Counter::kInvert);
+}
+
 // Named "<family>/<implementation>/<case>" for the comparison tables.
 const bool registered = [] {
     benchmark::RegisterBenchmark("trig/libhw/sin_cos_x1024", run_sin_cos, true);
@@ -86,6 +107,14 @@ const bool registered = [] {
                 benchmark::RegisterBenchmark(("trig/" + std::string(hw::simd::isa_name(isa)) + "/" + tag).c_str(),
                                              run_roots, Roots::batch, isa, n);
     }
+    for (uint32_t n : {101u, 1009u})
+        for (hw::simd::Isa isa : hw::simd::kAllIsas)
+            if (hw::simd::cpu_has(isa))
+                for (bool rotations : {false, true})
+                    benchmark::RegisterBenchmark(("trig/" + std::string(hw::simd::isa_name(isa)) +
+                                                  (rotations ? "_rotations" : "_batch") + "/dft_table" + std::to_string(n))
+                                                     .c_str(),
+                                                 run_multiples, rotations, isa, n);
     return true;
 }();
 

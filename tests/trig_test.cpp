@@ -302,11 +302,11 @@ TEST(Trig, BatchesGiveScalarBitsOnEveryLevel) {
     }
 }
 
-// Every level's sin_cos batch gives the scalar sin_cos's bits: the angles m*(2pi/n) of the
+// Every level's sin_cos batch gives the scalar sin_cos's bits on random angles of every size,
+// the special ones, and angles whose fast evaluation cannot decide the rounding (found by
+// search), at two offsets against the vector width; and so do the multiples m*(2pi/n) of the
 // direct transform's tables for n <= 512 and some larger n (the sweep below takes every
-// n <= 4096), random angles of every size, the special ones,
-// and angles whose fast evaluation cannot decide the rounding (found by search), at two offsets
-// against the vector width.
+// n <= 4096), over the whole circle so that both of their paths run.
 TEST(Trig, SinCosBatchGivesScalarBitsOnEveryLevel) {
     std::vector<double> x = {0.0, -0.0, 0x1p-1074, -0x1p-27, 0x1.fffffffffffffp-28, 8.0, -31.9, 32.0, NAN, -NAN, INFINITY,
                              0x1.a02d7e3aefaebp+2, -0x1.59fe54037f98bp+0, 0x1.99c81a151ad79p+1, 0x1.924ae3cd89751p+1};
@@ -315,11 +315,8 @@ TEST(Trig, SinCosBatchGivesScalarBitsOnEveryLevel) {
         const double u = std::ldexp(static_cast<double>(rng() >> 11), -53);
         x.push_back(i % 2 ? 16 * u - 8 : std::ldexp(u, -static_cast<int>(rng() % 40)));
     }
-    for (uint64_t n = 1; n <= 4096; n += n < 512 ? 1 : 593)
-        for (uint64_t m = 0; m < (n + 1) / 2; ++m) x.push_back(static_cast<double>(m) * (kTwoPi / static_cast<double>(n)));
     std::vector<double> want(2 * x.size()), got(2 * x.size());
     for (size_t i = 0; i < x.size(); ++i) hw::trig::sin_cos(x[i], &want[i], &want[x.size() + i]);
-    // The multiples of the same steps, over the whole circle and with either sign of the sine.
     for (uint64_t n = 1; n <= 4096; n += n < 512 ? 1 : 593) {
         const double step = kTwoPi / static_cast<double>(n), sign = n % 2 ? 1.0 : -1.0;
         std::vector<double> expect(2 * n), multiples(2 * n + 1);
@@ -345,7 +342,7 @@ TEST(Trig, SinCosBatchGivesScalarBitsOnEveryLevel) {
 
 // The full sweeps (label trig-exhaustive): for every order n <= 4096 and k < n, the angles
 // (k*2pi)/n and k*(2pi/n) as the transforms form them, and every root of unity, batch by
-// batch on every level, and the sin_cos batch of the angles k*(2pi/n).
+// batch on every level, and the sin_cos batch and the multiples of the angles k*(2pi/n).
 TEST(TrigExhaustive, EveryTransformAngleAndRootUpTo4096) {
     Mpfr m;
     Mismatches bad;
@@ -366,6 +363,11 @@ TEST(TrigExhaustive, EveryTransformAngleAndRootUpTo4096) {
             batch.resize(2 * n);
             HW_PICK(isa, sin_cos_batch)(angles.data(), n, &batch[0], &batch[n]);
             EXPECT_EQ(0, std::memcmp(&batch[0], &angles[n], 2 * n * sizeof(double))) << "sin_cos batch, n " << n;
+            HW_PICK(isa, sin_cos_multiples)(step, n, 1.0, batch.data());
+            for (uint64_t k = 0; k < n; ++k) {
+                bad.check(batch[2 * k], angles[2 * n + k], "multiples cos", k, n);
+                bad.check(batch[2 * k + 1], angles[n + k], "multiples sin", k, n);
+            }
         }
         batch.resize(2 * n * (levels.size() + 1));
         for (size_t l = 0; l < levels.size(); ++l) {

@@ -149,6 +149,18 @@ void roots_of_lanes(const Order &o, vdouble u, vdouble &cosine, vdouble &sine) {
     sine = ((octant & 4) != 0 ? -sr : sr) + 0.0;
 }
 
+// Whether every lane of a mask (all bits set or clear per lane) is set.
+template <class Mask>
+bool every_lane(Mask mask) {
+#if HW_VEC_DOUBLES == 8
+    return _mm512_movepi64_mask((__m512i)mask) == 0xff;
+#elif HW_VEC_DOUBLES == 4
+    return _mm256_movemask_pd((__m256d)mask) == 0xf;
+#else
+    return _mm_movemask_pd((__m128d)mask) == 0x3;
+#endif
+}
+
 // Lanes [0, count) of the cos and sine_sign * sin vectors into out as interleaved pairs.
 void store_pairs(double *out, size_t count, vdouble c, vdouble s) {
     if (count >= static_cast<size_t>(kLanes)) {
@@ -161,34 +173,38 @@ void store_pairs(double *out, size_t count, vdouble c, vdouble s) {
     }
 }
 
-// The fast part of sin_cos_multiples (trig/root_steps.h): lane i starts at the rotation of
-// i*theta and every vector turns by that of kLanes*theta, all from the rotation of theta by
-// the product tree Z_b = Z_(b/2) Z_(b - b/2). Returns how many multiples it wrote: those with
-// x_m <= 3.5 (so |lo| <= 2^-52) and an error bound below 2^-60 (past that, most results near
-// sin = 0 would fail the rounding test anyway).
+// The fast part of sin_cos_multiples (trig/root_steps.h): lane b starts at the rotation of
+// b*theta, the product of those of theta, 2 theta, 4 theta, ... that b's bits select (a product
+// with the exact (1, 0) rounds nothing), and every vector turns by that of kLanes*theta.
+// Returns how many multiples it wrote: those with x_m <= 3.5 (so |lo| <= 2^-52) and an error
+// bound below 2^-60 (past that, most results near sin = 0 would fail the rounding test anyway).
 size_t rotated_multiples(double theta, size_t count, double sine_sign, double *cos_sin) {
     if (!(theta > 0 && theta <= 0.7853981633974483)) return 0;
-    Rotation<double> r[kLanes + 1];
     double e1;
-    r[0] = {1.0, 0.0, 0.0, 0.0};
-    r[1] = first_rotation(theta, e1);
-    for (int b = 2; b <= kLanes; ++b) r[b] = rotate(r[b / 2], r[b - b / 2]);
+    Rotation<double> power = first_rotation(theta, e1);  // of theta, then 2 theta, 4 theta, ...
     const double per_m = (e1 + kRotationError) * (1 + 0x1p-40);  // the padding covers m*per_m's rounding
     double limit = 3.5 / theta < 0x1p-60 / per_m ? 3.5 / theta : 0x1p-60 / per_m;
     limit = limit < 0x1p26 ? limit : 0x1p26;
     const size_t fast = count < static_cast<size_t>(limit) ? count : static_cast<size_t>(limit);
 
-    Rotation<vdouble> z;
+    const vdouble one = broadcast(1.0), zero = broadcast(0.0);
+    const auto select = [&](vint64 lanes, const Rotation<double> &r) {
+        return Rotation<vdouble>{lanes != 0 ? broadcast(r.ch) : one, lanes != 0 ? broadcast(r.cl) : zero,
+                                 lanes != 0 ? broadcast(r.sh) : zero, lanes != 0 ? broadcast(r.sl) : zero};
+    };
+    vint64 lane;
     vdouble m;
     for (int i = 0; i < kLanes; ++i) {
-        z.ch[i] = r[i].ch;
-        z.cl[i] = r[i].cl;
-        z.sh[i] = r[i].sh;
-        z.sl[i] = r[i].sl;
+        lane[i] = i;
         m[i] = i;
     }
-    const Rotation<vdouble> w{broadcast(r[kLanes].ch), broadcast(r[kLanes].cl), broadcast(r[kLanes].sh),
-                              broadcast(r[kLanes].sl)};
+    Rotation<vdouble> z = select(lane & 1, power);
+    for (int bit = 2; bit < kLanes; bit *= 2) {
+        power = rotate(power, power);
+        z = rotate(z, select(lane & bit, power));
+    }
+    power = rotate(power, power);
+    const Rotation<vdouble> w{broadcast(power.ch), broadcast(power.cl), broadcast(power.sh), broadcast(power.sl)};
     double t1, t2;
     split(theta, t1, t2);
     for (size_t k = 0; k < fast; k += kLanes) {
@@ -198,13 +214,14 @@ size_t rotated_multiples(double theta, size_t count, double sine_sign, double *c
         rotation_to_angle(z, exact_rest(m, x, t1, t2), c, cl, s, sl);
         const auto sure = rounds_surely_signed<vdouble, vint64>(c, cl, eps) &
                           rounds_surely_signed<vdouble, vint64>(s, sl, eps);
-        for (int i = 0; i < kLanes; ++i) {
-            if (sure[i]) continue;
-            double si, ci;
-            hw::trig::sin_cos(x[i], &si, &ci);
-            c[i] = ci;
-            s[i] = si;
-        }
+        if (!every_lane(sure))
+            for (int i = 0; i < kLanes; ++i) {
+                if (sure[i]) continue;
+                double si, ci;
+                hw::trig::sin_cos(x[i], &si, &ci);
+                c[i] = ci;
+                s[i] = si;
+            }
         store_pairs(cos_sin + 2 * k, fast - k, c, s * sine_sign);
         z = rotate(z, w);
         m += kLanes;
