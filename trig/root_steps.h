@@ -1,5 +1,5 @@
-// cos and sin of the multiples of one angle, x_m = fl(m*theta), by exact-product rotations
-// instead of one evaluation per angle: written once for a scalar double (the tests) and for the
+// cos and sin of the multiples of one angle, x_m = fl(m*theta) or exactly 2*pi*m/n, by
+// exact-product rotations instead of one evaluation per angle: written once for a scalar double (the tests) and for the
 // vectors of the per-level batch (trig/unit_roots_simd.cpp, sin_cos_multiples).
 //
 // A rotation Z ~ (cos, sin) of an angle is kept in split form: ch, sh are multiples of 2^-26 in
@@ -22,6 +22,7 @@
 // most 2^-80 (1 + 2^-20) = kOutputError. The tail is below 2^-26 <= |ch| unless ch is 0, so
 // the final sum is exact (Fast2Sum). A result is kept only when rounds_surely (octant_kernel.h)
 // finds the rounding of hi + lo decided within eps_m = m (e1 + kRotationError) + kOutputError.
+// A root of unity, whose angle is exact (lo = 0), is ch + cl itself, within m (e1 + kRotationError).
 //
 // Only +, -, * in a fixed order, so a lane of a vector gives the scalar code's bits. Internal
 // linkage, as octant_kernel.h.
@@ -73,15 +74,10 @@ inline Rotation<V> rotate(const Rotation<V> &z, const Rotation<V> &w) {
     return r;
 }
 
-// The rotation of theta (0 < theta <= pi/4) from the table and the short series of
-// octant_kernel.h, and the bound e1 on its complex error (that of the evaluation in each
-// component and the two splits).
-inline Rotation<double> first_rotation(double theta, double &e1) {
-    double j = static_cast<double>(static_cast<int64_t>(theta * (kTableSteps / 0.7853981633974483) + 0.5));
-    j = j > kTableSteps ? kTableSteps : j;
-    double h, l, dh, dl;
-    exact_sum(theta - j * kStep1, -(j * kStep2), h, l);
-    exact_sum(h, l - j * kStep3, dh, dl);
+// The rotation of j*pi/1024 + dh + dl (the exact angle, as octant_kernel.h takes it) from the
+// table and the short series, and the bound e1 on its complex error (that of the evaluation in
+// each component and the two splits).
+inline Rotation<double> table_rotation(double j, double dh, double dl, double &e1) {
     const TableAngle &a = kTableAngles[static_cast<int>(j)];
     const OctantValues<double> v = evaluate_octant(a.cos_hi, a.cos_lo, a.sin_hi, a.sin_lo, dh, dl);
     e1 = error_bound<double, int64_t>(v.cos_hi, v.s3) + error_bound<double, int64_t>(v.sin_hi, v.s3) + 0x1p-79;
@@ -89,6 +85,16 @@ inline Rotation<double> first_rotation(double theta, double &e1) {
     split_fixed(v.cos_hi, v.cos_lo, z.ch, z.cl);
     split_fixed(v.sin_hi, v.sin_lo, z.sh, z.sl);
     return z;
+}
+
+// The rotation of a double theta, 0 < theta <= pi/4.
+inline Rotation<double> first_rotation(double theta, double &e1) {
+    double j = static_cast<double>(static_cast<int64_t>(theta * (kTableSteps / 0.7853981633974483) + 0.5));
+    j = j > kTableSteps ? kTableSteps : j;
+    double h, l, dh, dl;
+    exact_sum(theta - j * kStep1, -(j * kStep2), h, l);
+    exact_sum(h, l - j * kStep3, dh, dl);
+    return table_rotation(j, dh, dl, e1);
 }
 
 // theta = t1 + t2 with halves short enough that m*t1 and m*t2 are exact for m < 2^26.

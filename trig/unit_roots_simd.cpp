@@ -173,59 +173,107 @@ void store_pairs(double *out, size_t count, vdouble c, vdouble s) {
     }
 }
 
-// The fast part of sin_cos_multiples (trig/root_steps.h): lane b starts at the rotation of
-// b*theta, the product of those of theta, 2 theta, 4 theta, ... that b's bits select (a product
-// with the exact (1, 0) rounds nothing), and every vector turns by that of kLanes*theta.
-// Returns how many multiples it wrote: those with x_m <= 3.5 (so |lo| <= 2^-52) and an error
-// bound below 2^-60 (past that, most results near sin = 0 would fail the rounding test anyway).
-size_t rotated_multiples(double theta, size_t count, double sine_sign, double *cos_sin) {
-    if (!(theta > 0 && theta <= 0.7853981633974483)) return 0;
-    double e1;
-    Rotation<double> power = first_rotation(theta, e1);  // of theta, then 2 theta, 4 theta, ...
-    const double per_m = (e1 + kRotationError) * (1 + 0x1p-40);  // the padding covers m*per_m's rounding
-    double limit = 3.5 / theta < 0x1p-60 / per_m ? 3.5 / theta : 0x1p-60 / per_m;
-    limit = limit < 0x1p26 ? limit : 0x1p26;
-    const size_t fast = count < static_cast<size_t>(limit) ? count : static_cast<size_t>(limit);
-
+// The first vector of rotations, lane b that of b*theta: the product of the rotations of theta,
+// 2 theta, 4 theta, ... that b's bits select (a product with the exact (1, 0) rounds nothing).
+// power enters as the rotation of theta and leaves as that of kLanes*theta.
+Rotation<vdouble> first_lanes(Rotation<double> &power) {
     const vdouble one = broadcast(1.0), zero = broadcast(0.0);
     const auto select = [&](vint64 lanes, const Rotation<double> &r) {
         return Rotation<vdouble>{lanes != 0 ? broadcast(r.ch) : one, lanes != 0 ? broadcast(r.cl) : zero,
                                  lanes != 0 ? broadcast(r.sh) : zero, lanes != 0 ? broadcast(r.sl) : zero};
     };
     vint64 lane;
-    vdouble m;
-    for (int i = 0; i < kLanes; ++i) {
-        lane[i] = i;
-        m[i] = i;
-    }
+    for (int i = 0; i < kLanes; ++i) lane[i] = i;
     Rotation<vdouble> z = select(lane & 1, power);
     for (int bit = 2; bit < kLanes; bit *= 2) {
         power = rotate(power, power);
         z = rotate(z, select(lane & bit, power));
     }
     power = rotate(power, power);
+    return z;
+}
+
+// How many of count multiples the rotations serve: m < limit, m < 2^26 (exact products with
+// m), and the bound m*per_m below 2^-60 (past that, most results near an axis would fail the
+// rounding test anyway). per_m is padded to cover the rounding of m*per_m.
+size_t rotation_count(size_t count, double per_m, double limit) {
+    limit = limit < 0x1p-60 / per_m ? limit : 0x1p-60 / per_m;
+    limit = limit < 0x1p26 ? limit : 0x1p26;
+    return count < static_cast<size_t>(limit) ? count : static_cast<size_t>(limit);
+}
+
+// Turns the rotations of (0 .. kLanes-1)*theta by that of kLanes*theta for the multiples
+// m < fast: finish(z, m, k) rounds and stores the vector of multiples k .. k + kLanes - 1.
+template <class Finish>
+void rotate_through(Rotation<double> power, size_t fast, Finish finish) {
+    Rotation<vdouble> z = first_lanes(power);
     const Rotation<vdouble> w{broadcast(power.ch), broadcast(power.cl), broadcast(power.sh), broadcast(power.sl)};
-    double t1, t2;
-    split(theta, t1, t2);
+    vdouble m;
+    for (int i = 0; i < kLanes; ++i) m[i] = i;
     for (size_t k = 0; k < fast; k += kLanes) {
-        const vdouble x = m * theta;
-        const vdouble eps = m * per_m + kOutputError;
-        vdouble c, cl, s, sl;
-        rotation_to_angle(z, exact_rest(m, x, t1, t2), c, cl, s, sl);
-        const auto sure = rounds_surely_signed<vdouble, vint64>(c, cl, eps) &
-                          rounds_surely_signed<vdouble, vint64>(s, sl, eps);
-        if (!every_lane(sure))
-            for (int i = 0; i < kLanes; ++i) {
-                if (sure[i]) continue;
-                double si, ci;
-                hw::trig::sin_cos(x[i], &si, &ci);
-                c[i] = ci;
-                s[i] = si;
-            }
-        store_pairs(cos_sin + 2 * k, fast - k, c, s * sine_sign);
+        finish(z, m, k);
         z = rotate(z, w);
         m += kLanes;
     }
+}
+
+// The lanes whose rounding is not sure from exact(i, cosine, sine).
+template <class Mask, class Exact>
+void settle_unsure(Mask sure, vdouble &c, vdouble &s, Exact exact) {
+    if (every_lane(sure)) return;
+    for (int i = 0; i < kLanes; ++i) {
+        if (sure[i]) continue;
+        double ci, si;
+        exact(i, ci, si);
+        c[i] = ci;
+        s[i] = si;
+    }
+}
+
+// The fast part of sin_cos_multiples (trig/root_steps.h), for 2^-13 <= theta <= pi/4 and
+// x_m <= 3.5 (so |lo| <= 2^-52); returns how many multiples it wrote. Below 2^-13 the sines of
+// the first multiples are too small for the absolute bound: most would fail the rounding test.
+size_t rotated_multiples(double theta, size_t count, double sine_sign, double *cos_sin) {
+    if (!(theta >= 0x1p-13 && theta <= 0.7853981633974483)) return 0;
+    double e1, t1, t2;
+    const Rotation<double> first = first_rotation(theta, e1);
+    const double per_m = (e1 + kRotationError) * (1 + 0x1p-40);
+    const size_t fast = rotation_count(count, per_m, 3.5 / theta);
+    split(theta, t1, t2);
+    rotate_through(first, fast, [&](const Rotation<vdouble> &z, vdouble m, size_t k) {
+        const vdouble x = m * theta, eps = m * per_m + kOutputError;
+        vdouble c, cl, s, sl;
+        rotation_to_angle(z, exact_rest(m, x, t1, t2), c, cl, s, sl);
+        settle_unsure(rounds_surely_signed<vdouble, vint64>(c, cl, eps) & rounds_surely_signed<vdouble, vint64>(s, sl, eps),
+                      c, s, [&](int i, double &ci, double &si) { hw::trig::sin_cos(x[i], &si, &ci); });
+        store_pairs(cos_sin + 2 * k, fast - k, c, s * sine_sign);
+    });
+    return fast;
+}
+
+// The roots of unity 2*pi*t/n for t < count, 16 <= n <= 2^16 (as for the multiples, larger
+// orders would fail the rounding test near the axes), by rotations where the bound allows (the
+// angle is exact, so a root is ch + cl); returns how many it wrote.
+size_t rotated_roots(uint64_t n, size_t count, double *cos_sin) {
+    // 2 pi/n = j*pi/1024 + num*pi/(1024 n) with j nearest to 2048/n (at most 128).
+    const Order o = order_constants(n);
+    const double j = static_cast<double>(static_cast<int64_t>(8 * kTableSteps * o.inv_n + 0.5));
+    const double num = 8 * kTableSteps - j * o.n;
+    double s0, e0, dh, dl, e1;
+    exact_sum_ordered(num * o.k1, num * o.k2, s0, e0);
+    exact_sum_ordered(s0, e0 + num * o.k3, dh, dl);
+    const Rotation<double> first = table_rotation(j, dh, dl, e1);
+    const double per_m = (e1 + kRotationError) * (1 + 0x1p-40);
+    const size_t fast = rotation_count(count, per_m, 0x1p26);
+    rotate_through(first, fast, [&](const Rotation<vdouble> &z, vdouble m, size_t k) {
+        const vdouble eps = m * per_m;
+        vdouble c, cl, s, sl;
+        exact_sum_ordered(z.ch, z.cl, c, cl);
+        exact_sum_ordered(z.sh, z.sl, s, sl);
+        settle_unsure(rounds_surely_signed<vdouble, vint64>(c, cl, eps) & rounds_surely_signed<vdouble, vint64>(s, sl, eps),
+                      c, s, [&](int i, double &ci, double &si) { hw::trig::unit_root(k + i, n, &ci, &si); });
+        store_pairs(cos_sin + 2 * k, fast - k, c, s);
+    });
     return fast;
 }
 
@@ -272,8 +320,8 @@ void unit_roots(uint64_t n, uint64_t first, uint64_t step, size_t count, double 
         if (t >= n) t -= n;
     }
     const uint64_t advance = t;
-    t = first % n;
-    size_t k = 0;
+    size_t k = first == 0 && step == 1 && n >= 16 && n <= 65536 ? rotated_roots(n, count, cos_sin) : 0;
+    t = k > 0 ? k % n : first % n;  // k > 0 only for first 0 and step 1
     for (; k < count; k += kLanes) {
         vdouble u = offsets + static_cast<double>(t);
         u = u >= o.n ? u - o.n : u;
