@@ -1,6 +1,7 @@
 // The trigonometry: one correctly rounded sin_cos (alone and in each level's batch) next to
 // glibc's sincos, and batches of roots of unity (every level, and the whole circle) next to
-// glibc's sincos of the same angles, 1024 values per call.
+// glibc's sincos of the same angles, 1024 values per call; and the direct transform's roots
+// table of orders 101 and 1009 by the multiples of one angle or by the batch of the angles.
 #include <benchmark/benchmark.h>
 
 #include <cmath>

@@ -6,6 +6,8 @@
 // finds the table angle j*pi/1024 nearest to (pi/4)*a/n and the rest delta as an exact integer
 // times pi/(1024 n), and evaluates as the scalar code does; lanes whose rounding is not sure
 // take the exact path. The results are the correctly rounded values, on every level.
+// Runs of multiples of one angle, and the roots from the start of the circle, go faster by
+// exact-product rotations (trig/root_steps.h) where their error bound decides the rounding.
 #include <immintrin.h>
 
 #include "simd/vec.h"
