@@ -156,10 +156,15 @@ void window_across(const Transform &w, ptrdiff_t t, ptrdiff_t k, bool interior) 
 // Windows k and k + 1 of Blocks * kLanes signals side by side, both inside the signals: each of
 // rows 2k .. 2k + taps + 1 is loaded once, as tap i of window k and tap i - 2 of window k + 1
 // (taps ascending for both). x is row 2k; c and d the outputs of window k, whose signals lie side
-// by side too, and cskip, dskip the distances to those of window k + 1.
+// by side too, and cskip, dskip the distances to those of window k + 1. With `ahead` the four rows
+// the next pair reads first are fetched while this one computes: every row starts a new stretch
+// of memory, too short for the hardware to follow.
 template <int Blocks>
 void window_pair_across(const double *x, ptrdiff_t skip, const double *h, const double *g, ptrdiff_t taps,
-                        double *c, ptrdiff_t cskip, double *d, ptrdiff_t dskip) {
+                        double *c, ptrdiff_t cskip, double *d, ptrdiff_t dskip, bool ahead) {
+    if (ahead)
+        for (ptrdiff_t i = taps + 2; i < taps + 6; ++i)
+            for (int u = 0; u < Blocks; ++u) __builtin_prefetch(x + i * skip + u * kLanes);
     vdouble c0[Blocks], d0[Blocks], c1[Blocks], d1[Blocks], s[Blocks];
     for (int u = 0; u < Blocks; ++u) c0[u] = d0[u] = c1[u] = d1[u] = vdouble{};
     const ptrdiff_t both_from = taps < 2 ? taps : 2, second_from = taps < 2 ? 2 : taps;
@@ -198,13 +203,14 @@ void forward_across(const Transform &w, ptrdiff_t coeffs) {
         const ptrdiff_t band_end = w.count - band < kBand ? w.count : band + kBand;
         ptrdiff_t k = 0;
         for (; pairs && 2 * k + 2 + w.taps <= w.n; k += 2) {
+            const bool ahead = 2 * k + w.taps + 6 <= w.n;
             ptrdiff_t t = band;
             for (; t + kPairBlocks * kLanes <= band_end; t += kPairBlocks * kLanes)
                 window_pair_across<kPairBlocks>(w.samples + at(w.x, t, 2 * k), w.x.skip, w.h, w.g, w.taps,
-                                                w.first + at(w.c, t, k), w.c.skip, w.second + at(w.d, t, k), w.d.skip);
+                                                w.first + at(w.c, t, k), w.c.skip, w.second + at(w.d, t, k), w.d.skip, ahead);
             for (; t + kLanes <= band_end; t += kLanes)
                 window_pair_across<1>(w.samples + at(w.x, t, 2 * k), w.x.skip, w.h, w.g, w.taps,
-                                      w.first + at(w.c, t, k), w.c.skip, w.second + at(w.d, t, k), w.d.skip);
+                                      w.first + at(w.c, t, k), w.c.skip, w.second + at(w.d, t, k), w.d.skip, ahead);
             for (; t < band_end; ++t) window<true>(w, t, k), window<true>(w, t, k + 1);
         }
         for (; k < coeffs; ++k) {

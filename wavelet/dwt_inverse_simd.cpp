@@ -129,6 +129,11 @@ void pair_across(const Transform &w, ptrdiff_t t, ptrdiff_t m) {
     vdouble even[Blocks], odd[Blocks], c[Blocks], d[Blocks];
     for (int u = 0; u < Blocks; ++u) even[u] = odd[u] = vdouble{};
     const double *c0 = w.first + at(w.c, t, 0), *d0 = w.second + at(w.d, t, 0);
+    if (m + 2 < w.n / 2)  // the rows two pairs on read first: each starts a new stretch of memory
+        for (int u = 0; u < Blocks; ++u) {
+            __builtin_prefetch(c0 + (m + 2) * w.c.skip + u * kLanes);
+            __builtin_prefetch(d0 + (m + 2) * w.d.skip + u * kLanes);
+        }
     for (ptrdiff_t k = m - (w.taps - 1) / 2; k <= m; ++k) {
         const ptrdiff_t j = 2 * (m - k);
         for (int u = 0; u < Blocks; ++u) c[u] = load(c0 + k * w.c.skip + u * kLanes), d[u] = load(d0 + k * w.d.skip + u * kLanes);
