@@ -49,8 +49,8 @@ void window(const Transform &w, ptrdiff_t t, ptrdiff_t k) {
 // or odd lanes of the samples from 2k + j on. Reads up to x[2 * (windows - 1) + taps + taps % 2 - 1].
 // Streamed: c and d vector_aligned, skips 1.
 template <int Blocks, bool Streamed>
-[[gnu::always_inline]] inline void windows_along(const double *x, const double *h, const double *g, ptrdiff_t taps, double *c, ptrdiff_t cskip,
-                   double *d, ptrdiff_t dskip) {
+[[gnu::always_inline]] inline void windows_along(const double *x, const double *h, const double *g, ptrdiff_t taps,
+                                                 double *c, ptrdiff_t cskip, double *d, ptrdiff_t dskip) {
     vdouble sc[Blocks], sd[Blocks];
     for (int u = 0; u < Blocks; ++u) sc[u] = sd[u] = vdouble{};
     ptrdiff_t j = 0;
@@ -103,7 +103,8 @@ void forward_along(const Transform &w, ptrdiff_t coeffs, ptrdiff_t interior, boo
             (reinterpret_cast<uintptr_t>(c) - reinterpret_cast<uintptr_t>(d)) % sizeof(vdouble) == 0) {
             if (!vector_aligned(c)) windows_along<kBlocks, false>(x, w.h, w.g, w.taps, c, 1, d, 1);
             while (!vector_aligned(c + k)) ++k;
-            for (; k + step <= safe; k += step) windows_along<kBlocks, true>(x + 2 * k, w.h, w.g, w.taps, c + k, 1, d + k, 1);
+            for (; k + step <= safe; k += step)
+                windows_along<kBlocks, true>(x + 2 * k, w.h, w.g, w.taps, c + k, 1, d + k, 1);
         }
         for (; k + step <= safe; k += step)
             windows_along<kBlocks, false>(x + 2 * k, w.h, w.g, w.taps, c + k * w.c.skip, w.c.skip, d + k * w.d.skip,
@@ -115,7 +116,8 @@ void forward_along(const Transform &w, ptrdiff_t coeffs, ptrdiff_t interior, boo
             k = safe;
         }
         for (; k + kLanes <= safe; k += kLanes)
-            windows_along<1, false>(x + 2 * k, w.h, w.g, w.taps, c + k * w.c.skip, w.c.skip, d + k * w.d.skip, w.d.skip);
+            windows_along<1, false>(x + 2 * k, w.h, w.g, w.taps, c + k * w.c.skip, w.c.skip, d + k * w.d.skip,
+                                    w.d.skip);
         for (; k < interior; ++k) window<true>(w, t, k);
         for (; k < coeffs; ++k) window<false>(w, t, k);
     }
@@ -207,7 +209,8 @@ void forward_across(const Transform &w, ptrdiff_t coeffs) {
             ptrdiff_t t = band;
             for (; t + kPairBlocks * kLanes <= band_end; t += kPairBlocks * kLanes)
                 window_pair_across<kPairBlocks>(w.samples + at(w.x, t, 2 * k), w.x.skip, w.h, w.g, w.taps,
-                                                w.first + at(w.c, t, k), w.c.skip, w.second + at(w.d, t, k), w.d.skip, ahead);
+                                                w.first + at(w.c, t, k), w.c.skip, w.second + at(w.d, t, k),
+                                                w.d.skip, ahead);
             for (; t + kLanes <= band_end; t += kLanes)
                 window_pair_across<1>(w.samples + at(w.x, t, 2 * k), w.x.skip, w.h, w.g, w.taps,
                                       w.first + at(w.c, t, k), w.c.skip, w.second + at(w.d, t, k), w.d.skip, ahead);

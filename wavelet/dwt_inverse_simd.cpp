@@ -52,7 +52,8 @@ double sample_from_terms(const Transform &w, ptrdiff_t t, ptrdiff_t i) {
 // Samples 2m .. 2m + 2 * kBlocks * kLanes - 1 of one contiguous signal, none of whose terms
 // wraps: (taps - 1) / 2 <= m and m + kBlocks * kLanes <= n / 2. Lane l of the even vector is
 // sample 2(m + l), which takes the even taps from the largest down (windows ascending); the odd
-// vector likewise with the odd taps. x is sample 2m, c and d coefficient m; Streamed: x vector_aligned.
+// vector likewise with the odd taps. x is sample 2m, c and d coefficient m; Streamed: x is
+// vector_aligned.
 template <bool Streamed>
 void pairs_along(double *x, const double *c, const double *d, const double *h, const double *g, ptrdiff_t taps) {
     vdouble even[kBlocks], odd[kBlocks];
@@ -68,7 +69,8 @@ void pairs_along(double *x, const double *c, const double *d, const double *h, c
             odd[u] = (hj * load(c - j / 2 + u * kLanes) + gj * load(d - j / 2 + u * kLanes)) + odd[u];
     }
     for (int u = 0; u < kBlocks; ++u) {
-        const vdouble low = from_pair<low_interleaved>(even[u], odd[u]), high = from_pair<high_interleaved>(even[u], odd[u]);
+        const vdouble low = from_pair<low_interleaved>(even[u], odd[u]);
+        const vdouble high = from_pair<high_interleaved>(even[u], odd[u]);
         if (Streamed) {
             stream(x + 2 * u * kLanes, low);
             stream(x + 2 * u * kLanes + kLanes, high);
@@ -136,7 +138,8 @@ void pair_across(const Transform &w, ptrdiff_t t, ptrdiff_t m) {
         }
     for (ptrdiff_t k = m - (w.taps - 1) / 2; k <= m; ++k) {
         const ptrdiff_t j = 2 * (m - k);
-        for (int u = 0; u < Blocks; ++u) c[u] = load(c0 + k * w.c.skip + u * kLanes), d[u] = load(d0 + k * w.d.skip + u * kLanes);
+        for (int u = 0; u < Blocks; ++u)
+            c[u] = load(c0 + k * w.c.skip + u * kLanes), d[u] = load(d0 + k * w.d.skip + u * kLanes);
         const vdouble he = broadcast(w.h[j]), ge = broadcast(w.g[j]);
         for (int u = 0; u < Blocks; ++u) even[u] = (he * c[u] + ge * d[u]) + even[u];
         if (j + 1 < w.taps) {
