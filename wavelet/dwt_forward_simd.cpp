@@ -87,29 +87,29 @@ template <int Blocks, bool Streamed>
 }
 
 // Data skip 1: each signal's windows, vectors first, then the rest one by one. With `streamed`
-// (large outputs, both with skip 1 and reaching a vector boundary at the same window) the vectors
-// after the first go past the caches from that boundary on: the windows a vector computes twice
-// come out the same both times.
+// (large outputs) the vectors go past the caches where both outputs have skip 1 and reach a
+// vector boundary at the same window, from that window on; no line is written both ways, since a
+// streamed line written again is read back from memory. Otherwise the last whole vectors of
+// windows are computed partly again, coming out the same.
 void forward_along(const Transform &w, ptrdiff_t coeffs, ptrdiff_t interior, bool streamed) {
     const ptrdiff_t reach = w.n - w.taps - w.taps % 2;  // windows k with 2k <= reach stay in the signal
     const ptrdiff_t safe = reach < 0 ? 0 : reach / 2 + 1;
     constexpr ptrdiff_t step = kBlocks * kLanes;
+    streamed = streamed && safe >= 2 * step && w.c.skip == 1 && w.d.skip == 1;
     for (ptrdiff_t t = 0; t < w.count; ++t) {
         const double *x = w.samples + at(w.x, t, 0);
         double *c = w.first + at(w.c, t, 0), *d = w.second + at(w.d, t, 0);
         ptrdiff_t k = 0;
-        if (streamed && safe >= 2 * step && w.c.skip == 1 && w.d.skip == 1 &&
-            reinterpret_cast<uintptr_t>(c) % sizeof(double) == 0 &&
-            (reinterpret_cast<uintptr_t>(c) - reinterpret_cast<uintptr_t>(d)) % sizeof(vdouble) == 0) {
-            if (!vector_aligned(c)) windows_along<kBlocks, false>(x, w.h, w.g, w.taps, c, 1, d, 1);
-            while (!vector_aligned(c + k)) ++k;
+        const uintptr_t c_at = reinterpret_cast<uintptr_t>(c), d_at = reinterpret_cast<uintptr_t>(d);
+        if (streamed && c_at % sizeof(double) == 0 && (c_at - d_at) % sizeof(vdouble) == 0) {
+            for (; !vector_aligned(c + k); ++k) window<true>(w, t, k);
             for (; k + step <= safe; k += step)
                 windows_along<kBlocks, true>(x + 2 * k, w.h, w.g, w.taps, c + k, 1, d + k, 1);
         }
         for (; k + step <= safe; k += step)
             windows_along<kBlocks, false>(x + 2 * k, w.h, w.g, w.taps, c + k * w.c.skip, w.c.skip, d + k * w.d.skip,
                                           w.d.skip);
-        if (k > 0 && k < safe) {  // the last whole vectors of safe windows, partly again
+        if (!streamed && k > 0 && k < safe) {
             k = safe - step;
             windows_along<kBlocks, false>(x + 2 * k, w.h, w.g, w.taps, c + k * w.c.skip, w.c.skip, d + k * w.d.skip,
                                           w.d.skip);

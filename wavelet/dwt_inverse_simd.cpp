@@ -49,26 +49,26 @@ double sample_from_terms(const Transform &w, ptrdiff_t t, ptrdiff_t i) {
     return x;
 }
 
-// Samples 2m .. 2m + 2 * kBlocks * kLanes - 1 of one contiguous signal, none of whose terms
-// wraps: (taps - 1) / 2 <= m and m + kBlocks * kLanes <= n / 2. Lane l of the even vector is
+// Samples 2m .. 2m + 2 * Blocks * kLanes - 1 of one contiguous signal, none of whose terms
+// wraps: (taps - 1) / 2 <= m and m + Blocks * kLanes <= n / 2. Lane l of the even vector is
 // sample 2(m + l), which takes the even taps from the largest down (windows ascending); the odd
 // vector likewise with the odd taps. x is sample 2m, c and d coefficient m; Streamed: x is
 // vector_aligned.
-template <bool Streamed>
+template <int Blocks, bool Streamed>
 void pairs_along(double *x, const double *c, const double *d, const double *h, const double *g, ptrdiff_t taps) {
-    vdouble even[kBlocks], odd[kBlocks];
-    for (int u = 0; u < kBlocks; ++u) even[u] = odd[u] = vdouble{};
+    vdouble even[Blocks], odd[Blocks];
+    for (int u = 0; u < Blocks; ++u) even[u] = odd[u] = vdouble{};
     for (ptrdiff_t j = (taps - 1) & ~ptrdiff_t{1}; j >= 0; j -= 2) {
         const vdouble hj = broadcast(h[j]), gj = broadcast(g[j]);
-        for (int u = 0; u < kBlocks; ++u)
+        for (int u = 0; u < Blocks; ++u)
             even[u] = (hj * load(c - j / 2 + u * kLanes) + gj * load(d - j / 2 + u * kLanes)) + even[u];
     }
     for (ptrdiff_t j = taps % 2 == 0 ? taps - 1 : taps - 2; j >= 1; j -= 2) {
         const vdouble hj = broadcast(h[j]), gj = broadcast(g[j]);
-        for (int u = 0; u < kBlocks; ++u)
+        for (int u = 0; u < Blocks; ++u)
             odd[u] = (hj * load(c - j / 2 + u * kLanes) + gj * load(d - j / 2 + u * kLanes)) + odd[u];
     }
-    for (int u = 0; u < kBlocks; ++u) {
+    for (int u = 0; u < Blocks; ++u) {
         const vdouble low = from_pair<low_interleaved>(even[u], odd[u]);
         const vdouble high = from_pair<high_interleaved>(even[u], odd[u]);
         if (Streamed) {
@@ -82,26 +82,29 @@ void pairs_along(double *x, const double *c, const double *d, const double *h, c
 }
 
 // Samples, first and second coefficients all with skip 1. With `streamed` (large outputs) the
-// vectors after the first go past the caches from the first pair whose samples start a vector on;
-// the pairs a vector computes twice come out the same both times.
+// vectors go past the caches from the first pair whose samples start a vector on; no line is
+// written both ways, since a streamed line written again is read back from memory. Otherwise
+// the last whole vectors of pairs are computed partly again, coming out the same.
 void synthesis_along(const Transform &w, bool streamed) {
     const ptrdiff_t first_pair = (w.taps - 1) / 2, pairs = w.n / 2;
     constexpr ptrdiff_t step = kBlocks * kLanes;
+    streamed = streamed && first_pair + 2 * step <= pairs;
     for (ptrdiff_t t = 0; t < w.count; ++t) {
         double *x = w.samples + at(w.x, t, 0);
         const double *c = w.first + at(w.c, t, 0), *d = w.second + at(w.d, t, 0);
         ptrdiff_t m = first_pair;
-        if (streamed && first_pair + 2 * step <= pairs && reinterpret_cast<uintptr_t>(x) % (2 * sizeof(double)) == 0) {
-            if (!vector_aligned(x + 2 * m)) pairs_along<false>(x + 2 * m, c + m, d + m, w.h, w.g, w.taps);
-            while (!vector_aligned(x + 2 * m)) ++m;
-            for (; m + step <= pairs; m += step) pairs_along<true>(x + 2 * m, c + m, d + m, w.h, w.g, w.taps);
+        if (streamed && reinterpret_cast<uintptr_t>(x) % (2 * sizeof(double)) == 0) {
+            for (; !vector_aligned(x + 2 * m); ++m)
+                x[2 * m] = sample_from_terms(w, t, 2 * m), x[2 * m + 1] = sample_from_terms(w, t, 2 * m + 1);
+            for (; m + step <= pairs; m += step) pairs_along<kBlocks, true>(x + 2 * m, c + m, d + m, w.h, w.g, w.taps);
         }
-        for (; m + step <= pairs; m += step) pairs_along<false>(x + 2 * m, c + m, d + m, w.h, w.g, w.taps);
-        if (m > first_pair && m < pairs) {  // the last whole vectors of pairs, partly again
+        for (; m + step <= pairs; m += step) pairs_along<kBlocks, false>(x + 2 * m, c + m, d + m, w.h, w.g, w.taps);
+        if (!streamed && m > first_pair && m < pairs) {
             m = pairs - step;
-            pairs_along<false>(x + 2 * m, c + m, d + m, w.h, w.g, w.taps);
+            pairs_along<kBlocks, false>(x + 2 * m, c + m, d + m, w.h, w.g, w.taps);
             m = pairs;
         }
+        for (; m + kLanes <= pairs; m += kLanes) pairs_along<1, false>(x + 2 * m, c + m, d + m, w.h, w.g, w.taps);
         for (ptrdiff_t i = 0; i < 2 * first_pair; ++i) x[i] = sample_from_terms(w, t, i);
         for (ptrdiff_t i = 2 * m; i < w.n; ++i) x[i] = sample_from_terms(w, t, i);
     }
