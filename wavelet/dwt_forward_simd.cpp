@@ -8,7 +8,7 @@
 namespace hw::HW_ISA_NS {
 namespace {
 
-constexpr int kBlocks = 2;        // vectors of windows in flight along a signal
+constexpr int kBlocks = kLanes == 8 ? 4 : 2;  // vectors of windows in flight along a signal
 constexpr int kSignalBlocks = 4;  // vectors of signals in flight across signals
 
 // Index of the sample that window position i reads, or -1 when it contributes nothing.
