@@ -8,7 +8,7 @@
 namespace hw::HW_ISA_NS {
 namespace {
 
-constexpr int kBlocks = 2;        // vectors of windows in flight along a signal
+constexpr int kBlocks = kLanes == 8 ? 4 : 2;  // vectors of windows in flight along a signal
 constexpr int kSignalBlocks = 4;  // vectors of signals in flight across signals
 
 // Index of the sample that window position i reads, or -1 when it contributes nothing.
@@ -47,9 +47,10 @@ void window(const Transform &w, ptrdiff_t t, ptrdiff_t k) {
 // Blocks * kLanes neighbouring windows of one signal with contiguous samples; x is sample 2k
 // of the first, c and d its outputs. Lane l of a vector is window k + l: tap j reads the even
 // or odd lanes of the samples from 2k + j on. Reads up to x[2 * (windows - 1) + taps + taps % 2 - 1].
-template <int Blocks>
-void windows_along(const double *x, const double *h, const double *g, ptrdiff_t taps, double *c, ptrdiff_t cskip,
-                   double *d, ptrdiff_t dskip) {
+// Streamed: c and d vector_aligned, skips 1.
+template <int Blocks, bool Streamed>
+[[gnu::always_inline]] inline void windows_along(const double *x, const double *h, const double *g, ptrdiff_t taps,
+                                                 double *c, ptrdiff_t cskip, double *d, ptrdiff_t dskip) {
     vdouble sc[Blocks], sd[Blocks];
     for (int u = 0; u < Blocks; ++u) sc[u] = sd[u] = vdouble{};
     ptrdiff_t j = 0;
@@ -75,28 +76,52 @@ void windows_along(const double *x, const double *h, const double *g, ptrdiff_t 
         }
     }
     for (int u = 0; u < Blocks; ++u) {
-        store_lanes(c + u * kLanes * cskip, cskip, sc[u]);
-        store_lanes(d + u * kLanes * dskip, dskip, sd[u]);
+        if (Streamed) {
+            stream(c + u * kLanes, sc[u]);
+            stream(d + u * kLanes, sd[u]);
+        } else {
+            store_lanes(c + u * kLanes * cskip, cskip, sc[u]);
+            store_lanes(d + u * kLanes * dskip, dskip, sd[u]);
+        }
     }
 }
 
-// Data skip 1: each signal's windows, vectors first, then the rest one by one.
-void forward_along(const Transform &w, ptrdiff_t coeffs, ptrdiff_t interior) {
+// Data skip 1: each signal's windows, vectors first, then the rest one by one. With `streamed`
+// (large outputs) the vectors go past the caches where both outputs have skip 1 and reach a
+// vector boundary at the same window, from that window on; no line is written both ways, since a
+// streamed line written again is read back from memory. Otherwise the last whole vectors of
+// windows are computed partly again, coming out the same.
+void forward_along(const Transform &w, ptrdiff_t coeffs, ptrdiff_t interior, bool streamed) {
     const ptrdiff_t reach = w.n - w.taps - w.taps % 2;  // windows k with 2k <= reach stay in the signal
     const ptrdiff_t safe = reach < 0 ? 0 : reach / 2 + 1;
     constexpr ptrdiff_t step = kBlocks * kLanes;
+    streamed = streamed && safe >= 2 * step && w.c.skip == 1 && w.d.skip == 1;
     for (ptrdiff_t t = 0; t < w.count; ++t) {
         const double *x = w.samples + at(w.x, t, 0);
+        double *c = w.first + at(w.c, t, 0), *d = w.second + at(w.d, t, 0);
         ptrdiff_t k = 0;
+        const uintptr_t c_at = reinterpret_cast<uintptr_t>(c), d_at = reinterpret_cast<uintptr_t>(d);
+        if (streamed && c_at % sizeof(double) == 0 && (c_at - d_at) % sizeof(vdouble) == 0) {
+            for (; !vector_aligned(c + k); ++k) window<true>(w, t, k);
+            for (; k + step <= safe; k += step)
+                windows_along<kBlocks, true>(x + 2 * k, w.h, w.g, w.taps, c + k, 1, d + k, 1);
+        }
         for (; k + step <= safe; k += step)
-            windows_along<kBlocks>(x + 2 * k, w.h, w.g, w.taps, w.first + at(w.c, t, k), w.c.skip,
-                                   w.second + at(w.d, t, k), w.d.skip);
+            windows_along<kBlocks, false>(x + 2 * k, w.h, w.g, w.taps, c + k * w.c.skip, w.c.skip, d + k * w.d.skip,
+                                          w.d.skip);
+        if (!streamed && k > 0 && k < safe) {
+            k = safe - step;
+            windows_along<kBlocks, false>(x + 2 * k, w.h, w.g, w.taps, c + k * w.c.skip, w.c.skip, d + k * w.d.skip,
+                                          w.d.skip);
+            k = safe;
+        }
         for (; k + kLanes <= safe; k += kLanes)
-            windows_along<1>(x + 2 * k, w.h, w.g, w.taps, w.first + at(w.c, t, k), w.c.skip, w.second + at(w.d, t, k),
-                             w.d.skip);
+            windows_along<1, false>(x + 2 * k, w.h, w.g, w.taps, c + k * w.c.skip, w.c.skip, d + k * w.d.skip,
+                                    w.d.skip);
         for (; k < interior; ++k) window<true>(w, t, k);
         for (; k < coeffs; ++k) window<false>(w, t, k);
     }
+    if (streamed) stream_end();
 }
 
 // Window k of signals t .. t + Blocks * kLanes - 1, whose samples lie side by side (transform
@@ -130,14 +155,68 @@ void window_across(const Transform &w, ptrdiff_t t, ptrdiff_t k, bool interior) 
     }
 }
 
-// Signals in bands of kBand, each band from the first window to the last, so that the rows a
-// window reads are still in the first-level cache for the next window.
+// Windows k and k + 1 of Blocks * kLanes signals side by side, both inside the signals: each of
+// rows 2k .. 2k + taps + 1 is loaded once, as tap i of window k and tap i - 2 of window k + 1
+// (taps ascending for both). x is row 2k; c and d the outputs of window k, whose signals lie side
+// by side too, and cskip, dskip the distances to those of window k + 1. With `ahead` the four rows
+// the next pair reads first are fetched while this one computes: every row starts a new stretch
+// of memory, too short for the hardware to follow.
+template <int Blocks>
+void window_pair_across(const double *x, ptrdiff_t skip, const double *h, const double *g, ptrdiff_t taps,
+                        double *c, ptrdiff_t cskip, double *d, ptrdiff_t dskip, bool ahead) {
+    if (ahead)
+        for (ptrdiff_t i = taps + 2; i < taps + 6; ++i)
+            for (int u = 0; u < Blocks; ++u) __builtin_prefetch(x + i * skip + u * kLanes);
+    vdouble c0[Blocks], d0[Blocks], c1[Blocks], d1[Blocks], s[Blocks];
+    for (int u = 0; u < Blocks; ++u) c0[u] = d0[u] = c1[u] = d1[u] = vdouble{};
+    const ptrdiff_t both_from = taps < 2 ? taps : 2, second_from = taps < 2 ? 2 : taps;
+    for (ptrdiff_t i = 0; i < both_from; ++i) {
+        const vdouble hi = broadcast(h[i]), gi = broadcast(g[i]);
+        for (int u = 0; u < Blocks; ++u) s[u] = load(x + i * skip + u * kLanes);
+        for (int u = 0; u < Blocks; ++u) c0[u] = c0[u] + s[u] * hi, d0[u] = d0[u] + s[u] * gi;
+    }
+    for (ptrdiff_t i = 2; i < taps; ++i) {
+        const vdouble hi = broadcast(h[i]), gi = broadcast(g[i]), hp = broadcast(h[i - 2]), gp = broadcast(g[i - 2]);
+        for (int u = 0; u < Blocks; ++u) s[u] = load(x + i * skip + u * kLanes);
+        for (int u = 0; u < Blocks; ++u) c0[u] = c0[u] + s[u] * hi, d0[u] = d0[u] + s[u] * gi;
+        for (int u = 0; u < Blocks; ++u) c1[u] = c1[u] + s[u] * hp, d1[u] = d1[u] + s[u] * gp;
+    }
+    for (ptrdiff_t i = second_from; i < taps + 2; ++i) {
+        const vdouble hp = broadcast(h[i - 2]), gp = broadcast(g[i - 2]);
+        for (int u = 0; u < Blocks; ++u) s[u] = load(x + i * skip + u * kLanes);
+        for (int u = 0; u < Blocks; ++u) c1[u] = c1[u] + s[u] * hp, d1[u] = d1[u] + s[u] * gp;
+    }
+    for (int u = 0; u < Blocks; ++u) {
+        store(c + u * kLanes, c0[u]);
+        store(d + u * kLanes, d0[u]);
+        store(c + cskip + u * kLanes, c1[u]);
+        store(d + dskip + u * kLanes, d1[u]);
+    }
+}
+
+constexpr int kPairBlocks = kLanes == 8 ? 4 : 2;  // four accumulators each: 16 of 32 registers
 constexpr ptrdiff_t kBand = 8 * kSignalBlocks * kLanes;
 
+// Signals in bands of kBand, each band from the first window to the last, two windows a step,
+// so that the rows a step shares with the next are still in the first-level cache.
 void forward_across(const Transform &w, ptrdiff_t coeffs) {
+    const bool pairs = w.c.tskip == 1 && w.d.tskip == 1;
     for (ptrdiff_t band = 0; band < w.count; band += kBand) {
         const ptrdiff_t band_end = w.count - band < kBand ? w.count : band + kBand;
-        for (ptrdiff_t k = 0; k < coeffs; ++k) {
+        ptrdiff_t k = 0;
+        for (; pairs && 2 * k + 2 + w.taps <= w.n; k += 2) {
+            const bool ahead = 2 * k + w.taps + 6 <= w.n;
+            ptrdiff_t t = band;
+            for (; t + kPairBlocks * kLanes <= band_end; t += kPairBlocks * kLanes)
+                window_pair_across<kPairBlocks>(w.samples + at(w.x, t, 2 * k), w.x.skip, w.h, w.g, w.taps,
+                                                w.first + at(w.c, t, k), w.c.skip, w.second + at(w.d, t, k),
+                                                w.d.skip, ahead);
+            for (; t + kLanes <= band_end; t += kLanes)
+                window_pair_across<1>(w.samples + at(w.x, t, 2 * k), w.x.skip, w.h, w.g, w.taps,
+                                      w.first + at(w.c, t, k), w.c.skip, w.second + at(w.d, t, k), w.d.skip, ahead);
+            for (; t < band_end; ++t) window<true>(w, t, k), window<true>(w, t, k + 1);
+        }
+        for (; k < coeffs; ++k) {
             const bool interior = 2 * k + w.taps <= w.n;
             ptrdiff_t t = band;
             for (; t + kSignalBlocks * kLanes <= band_end; t += kSignalBlocks * kLanes)
@@ -157,7 +236,7 @@ int32_t dwt_forward(const Transform &w) {
     if (w.count < 1) return 0;
     if (wavelet::order_free(w, false)) {
         if (w.x.skip == 1) {
-            forward_along(w, coeffs, interior);
+            forward_along(w, coeffs, interior, 2.0 * sizeof(double) * double(coeffs) * double(w.count) >= kStreamBytes);
             return 0;
         }
         if (w.x.tskip == 1) {

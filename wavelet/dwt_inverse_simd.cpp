@@ -49,41 +49,66 @@ double sample_from_terms(const Transform &w, ptrdiff_t t, ptrdiff_t i) {
     return x;
 }
 
-// Samples 2m .. 2m + 2 * kBlocks * kLanes - 1 of one contiguous signal, none of whose terms
-// wraps: (taps - 1) / 2 <= m and m + kBlocks * kLanes <= n / 2. Lane l of the even vector is
+// Samples 2m .. 2m + 2 * Blocks * kLanes - 1 of one contiguous signal, none of whose terms
+// wraps: (taps - 1) / 2 <= m and m + Blocks * kLanes <= n / 2. Lane l of the even vector is
 // sample 2(m + l), which takes the even taps from the largest down (windows ascending); the odd
-// vector likewise with the odd taps. x is sample 2m, c and d coefficient m.
+// vector likewise with the odd taps. x is sample 2m, c and d coefficient m; Streamed: x is
+// vector_aligned.
+template <int Blocks, bool Streamed>
 void pairs_along(double *x, const double *c, const double *d, const double *h, const double *g, ptrdiff_t taps) {
-    vdouble even[kBlocks], odd[kBlocks];
-    for (int u = 0; u < kBlocks; ++u) even[u] = odd[u] = vdouble{};
+    vdouble even[Blocks], odd[Blocks];
+    for (int u = 0; u < Blocks; ++u) even[u] = odd[u] = vdouble{};
     for (ptrdiff_t j = (taps - 1) & ~ptrdiff_t{1}; j >= 0; j -= 2) {
         const vdouble hj = broadcast(h[j]), gj = broadcast(g[j]);
-        for (int u = 0; u < kBlocks; ++u)
+        for (int u = 0; u < Blocks; ++u)
             even[u] = (hj * load(c - j / 2 + u * kLanes) + gj * load(d - j / 2 + u * kLanes)) + even[u];
     }
     for (ptrdiff_t j = taps % 2 == 0 ? taps - 1 : taps - 2; j >= 1; j -= 2) {
         const vdouble hj = broadcast(h[j]), gj = broadcast(g[j]);
-        for (int u = 0; u < kBlocks; ++u)
+        for (int u = 0; u < Blocks; ++u)
             odd[u] = (hj * load(c - j / 2 + u * kLanes) + gj * load(d - j / 2 + u * kLanes)) + odd[u];
     }
-    for (int u = 0; u < kBlocks; ++u) {
-        store(x + 2 * u * kLanes, from_pair<low_interleaved>(even[u], odd[u]));
-        store(x + 2 * u * kLanes + kLanes, from_pair<high_interleaved>(even[u], odd[u]));
+    for (int u = 0; u < Blocks; ++u) {
+        const vdouble low = from_pair<low_interleaved>(even[u], odd[u]);
+        const vdouble high = from_pair<high_interleaved>(even[u], odd[u]);
+        if (Streamed) {
+            stream(x + 2 * u * kLanes, low);
+            stream(x + 2 * u * kLanes + kLanes, high);
+        } else {
+            store(x + 2 * u * kLanes, low);
+            store(x + 2 * u * kLanes + kLanes, high);
+        }
     }
 }
 
-// Samples, first and second coefficients all with skip 1.
-void synthesis_along(const Transform &w) {
+// Samples, first and second coefficients all with skip 1. With `streamed` (large outputs) the
+// vectors go past the caches from the first pair whose samples start a vector on; no line is
+// written both ways, since a streamed line written again is read back from memory. Otherwise
+// the last whole vectors of pairs are computed partly again, coming out the same.
+void synthesis_along(const Transform &w, bool streamed) {
     const ptrdiff_t first_pair = (w.taps - 1) / 2, pairs = w.n / 2;
     constexpr ptrdiff_t step = kBlocks * kLanes;
+    streamed = streamed && first_pair + 2 * step <= pairs;
     for (ptrdiff_t t = 0; t < w.count; ++t) {
         double *x = w.samples + at(w.x, t, 0);
         const double *c = w.first + at(w.c, t, 0), *d = w.second + at(w.d, t, 0);
         ptrdiff_t m = first_pair;
-        for (; m + step <= pairs; m += step) pairs_along(x + 2 * m, c + m, d + m, w.h, w.g, w.taps);
+        if (streamed && reinterpret_cast<uintptr_t>(x) % (2 * sizeof(double)) == 0) {
+            for (; !vector_aligned(x + 2 * m); ++m)
+                x[2 * m] = sample_from_terms(w, t, 2 * m), x[2 * m + 1] = sample_from_terms(w, t, 2 * m + 1);
+            for (; m + step <= pairs; m += step) pairs_along<kBlocks, true>(x + 2 * m, c + m, d + m, w.h, w.g, w.taps);
+        }
+        for (; m + step <= pairs; m += step) pairs_along<kBlocks, false>(x + 2 * m, c + m, d + m, w.h, w.g, w.taps);
+        if (!streamed && m > first_pair && m < pairs) {
+            m = pairs - step;
+            pairs_along<kBlocks, false>(x + 2 * m, c + m, d + m, w.h, w.g, w.taps);
+            m = pairs;
+        }
+        for (; m + kLanes <= pairs; m += kLanes) pairs_along<1, false>(x + 2 * m, c + m, d + m, w.h, w.g, w.taps);
         for (ptrdiff_t i = 0; i < 2 * first_pair; ++i) x[i] = sample_from_terms(w, t, i);
         for (ptrdiff_t i = 2 * m; i < w.n; ++i) x[i] = sample_from_terms(w, t, i);
     }
+    if (streamed) stream_end();
 }
 
 // Sample i of signals t .. t + Blocks * kLanes - 1 lying side by side (transform skip 1 for
@@ -101,14 +126,55 @@ void sample_across(const Transform &w, ptrdiff_t t, ptrdiff_t i) {
     for (int u = 0; u < Blocks; ++u) store(w.samples + at(w.x, t + u * kLanes, i), x[u]);
 }
 
+// Samples 2m and 2m + 1 of signals t .. t + Blocks * kLanes - 1 lying side by side, none of
+// whose terms wraps (taps - 1 <= 2m, m < n / 2): each coefficient row is loaded once for both.
+// Both take their terms with k ascending; for odd taps the even sample has one more, first.
+template <int Blocks>
+void pair_across(const Transform &w, ptrdiff_t t, ptrdiff_t m) {
+    vdouble even[Blocks], odd[Blocks], c[Blocks], d[Blocks];
+    for (int u = 0; u < Blocks; ++u) even[u] = odd[u] = vdouble{};
+    const double *c0 = w.first + at(w.c, t, 0), *d0 = w.second + at(w.d, t, 0);
+    if (m + 2 < w.n / 2)  // the rows two pairs on read first: each starts a new stretch of memory
+        for (int u = 0; u < Blocks; ++u) {
+            __builtin_prefetch(c0 + (m + 2) * w.c.skip + u * kLanes);
+            __builtin_prefetch(d0 + (m + 2) * w.d.skip + u * kLanes);
+        }
+    for (ptrdiff_t k = m - (w.taps - 1) / 2; k <= m; ++k) {
+        const ptrdiff_t j = 2 * (m - k);
+        for (int u = 0; u < Blocks; ++u)
+            c[u] = load(c0 + k * w.c.skip + u * kLanes), d[u] = load(d0 + k * w.d.skip + u * kLanes);
+        const vdouble he = broadcast(w.h[j]), ge = broadcast(w.g[j]);
+        for (int u = 0; u < Blocks; ++u) even[u] = (he * c[u] + ge * d[u]) + even[u];
+        if (j + 1 < w.taps) {
+            const vdouble ho = broadcast(w.h[j + 1]), go = broadcast(w.g[j + 1]);
+            for (int u = 0; u < Blocks; ++u) odd[u] = (ho * c[u] + go * d[u]) + odd[u];
+        }
+    }
+    for (int u = 0; u < Blocks; ++u) {
+        store(w.samples + at(w.x, t + u * kLanes, 2 * m), even[u]);
+        store(w.samples + at(w.x, t + u * kLanes, 2 * m + 1), odd[u]);
+    }
+}
+
+constexpr int kPairBlocks = kLanes == 8 ? 4 : 2;  // eight accumulators, eight rows in registers
+
 // Signals in bands, each band from the first sample to the last, so that the coefficient rows
-// a sample reads are still in the first-level cache for the samples after it.
+// a sample reads are still in the first-level cache for the samples after it. Samples in pairs
+// where no term wraps.
 void synthesis_across(const Transform &w) {
     constexpr ptrdiff_t band = 8 * kSignalBlocks * kLanes;
     for (ptrdiff_t t0 = 0; t0 < w.count; t0 += band) {
         const ptrdiff_t t1 = w.count - t0 < band ? w.count : t0 + band;
         for (ptrdiff_t i = 0; i < w.n; ++i) {
             ptrdiff_t t = t0;
+            if (i % 2 == 0 && i >= w.taps - 1 && i / 2 < w.n / 2) {
+                for (; t + kPairBlocks * kLanes <= t1; t += kPairBlocks * kLanes) pair_across<kPairBlocks>(w, t, i / 2);
+                for (; t + kLanes <= t1; t += kLanes) pair_across<1>(w, t, i / 2);
+                for (; t < t1; ++t)
+                    for (ptrdiff_t s = i; s < i + 2; ++s) w.samples[at(w.x, t, s)] = sample_from_terms(w, t, s);
+                ++i;
+                continue;
+            }
             for (; t + kSignalBlocks * kLanes <= t1; t += kSignalBlocks * kLanes) sample_across<kSignalBlocks>(w, t, i);
             for (; t + kLanes <= t1; t += kLanes) sample_across<1>(w, t, i);
             for (; t < t1; ++t) w.samples[at(w.x, t, i)] = sample_from_terms(w, t, i);
@@ -323,7 +389,8 @@ ptrdiff_t back_substitute_groups(const Transform &w, ptrdiff_t t, ptrdiff_t t_en
 
 void dwt_periodic_synthesis(const Transform &w) {
     if (!wavelet::order_free(w, true)) return synthesis_in_definition_order(w);
-    if (w.x.skip == 1 && w.c.skip == 1 && w.d.skip == 1) return synthesis_along(w);
+    if (w.x.skip == 1 && w.c.skip == 1 && w.d.skip == 1)
+        return synthesis_along(w, sizeof(double) * double(w.n) * double(w.count) >= kStreamBytes);
     if (w.x.tskip == 1 && w.c.tskip == 1 && w.d.tskip == 1) return synthesis_across(w);
     for (ptrdiff_t t = 0; t < w.count; ++t)
         for (ptrdiff_t i = 0; i < w.n; ++i) w.samples[at(w.x, t, i)] = sample_from_terms(w, t, i);

@@ -1,6 +1,9 @@
 // Helpers of the wavelet kernels (wavelet/*_simd.cpp only; internal linkage, like simd/vec.h).
 #pragma once
 
+#include <immintrin.h>
+
+#include <cstdint>
 #include <utility>
 
 #include "simd/vec.h"
@@ -36,6 +39,25 @@ inline void store_lanes(double *p, ptrdiff_t stride, vdouble v) {
     if (stride == 1) return store(p, v);
     for (int l = 0; l < kLanes; ++l) p[l * stride] = v[l];
 }
+
+// Results of at least this many bytes go past the caches: far more than a core's own caches
+// hold, and a line written that way is not read from memory first, as an ordinary store's is.
+constexpr double kStreamBytes = 4 << 20;
+
+inline bool vector_aligned(const void *p) { return reinterpret_cast<uintptr_t>(p) % sizeof(vdouble) == 0; }
+
+// v to p (vector_aligned) past the caches; stream_end orders such stores before later ones.
+inline void stream(double *p, vdouble v) {
+#if HW_VEC_DOUBLES == 2
+    _mm_stream_pd(p, reinterpret_cast<__m128d>(v));
+#elif HW_VEC_DOUBLES == 4
+    _mm256_stream_pd(p, reinterpret_cast<__m256d>(v));
+#else
+    _mm512_stream_pd(p, reinterpret_cast<__m512d>(v));
+#endif
+}
+
+inline void stream_end() { _mm_sfence(); }
 
 }  // namespace
 }  // namespace hw::HW_ISA_NS
