@@ -460,6 +460,10 @@ void build_permuted_roots(const Circle &c, PermutedRoots *t) {
     }
 }
 
+// Keeps a loaded vector in a register: the compiler would read it from memory once per use,
+// and loads are what these loops run short of (most of them cross a cache line).
+void in_register(vdouble &v) { asm("" : "+v"(v)); }
+
 // The output pairs of exponents e0 .. e0 + B·kLanes - 1 (all below H) of one sequence.
 // The sines are read as the table has them: a lane past the half circle sums the negated
 // terms of A and B, and its sums are negated once at the end. That is exact: A and B start at
@@ -486,16 +490,19 @@ void permuted_lanes(const double *x, double *X, size_t row, const Circle &c, con
         const double *p = x + j * row, *q = x + (c.n - j) * row;
         uint32_t e = t.log[j] + e0;
         e -= period & -static_cast<uint32_t>(e >= period);
-        // Past H the table's sines turn sign: turn the differences instead by exchanging p and
-        // q (the sums do not change; a zero difference may change sign, which adds nothing).
-        const bool second_half = e >= t.half;
-        e -= second_half ? t.half : 0;
-        const double *first = second_half ? q : p, *second = second_half ? p : q;
-        const vdouble sum_re = splat<vdouble>(first[0] + second[0]), sum_im = splat<vdouble>(first[1] + second[1]);
-        const vdouble dre = splat<vdouble>(first[0] - second[0]), dim = splat<vdouble>(first[1] - second[1]);
+        // Past H the table's sines turn sign: turn the differences instead (by a sign mask: a
+        // branch would be taken at random).
+        const uint32_t second_half = -static_cast<uint32_t>(e >= t.half);
+        e -= t.half & second_half;
+        const vint64 turn = vint64{} + (static_cast<long long>(second_half & 1u) << 63);
+        const vdouble sum_re = splat<vdouble>(p[0] + q[0]), sum_im = splat<vdouble>(p[1] + q[1]);
+        const vdouble dre = reinterpret_cast<vdouble>(reinterpret_cast<vint64>(splat<vdouble>(p[0] - q[0])) ^ turn);
+        const vdouble dim = reinterpret_cast<vdouble>(reinterpret_cast<vint64>(splat<vdouble>(p[1] - q[1])) ^ turn);
 #pragma GCC unroll 8
         for (int b = 0; b < B; ++b) {
-            const vdouble cosine = load(t.cosine + e + b * kLanes), sine = load(t.sine + e + b * kLanes);
+            vdouble cosine = load(t.cosine + e + b * kLanes), sine = load(t.sine + e + b * kLanes);
+            in_register(cosine);
+            in_register(sine);
             R[b] += sum_re * cosine;
             I[b] += sum_im * cosine;
             A[b] += dre * sine;
@@ -558,7 +565,6 @@ constexpr int kQuarterBlocks = 8;
 // table's start), and the permute's family (the quarters of t and -t; j mod 4 picks within).
 struct QuarterPower {
     uint16_t row, mirror_row, family;
-    uint16_t meets_no_sine;  // t is a multiple of Q: some lane may meet power 0 or n/2
 };
 
 struct QuarterRoots {
@@ -605,7 +611,7 @@ void build_quarter_roots(const Circle &c, QuarterRoots *t) {
         const uint32_t a = m / Q, r = m % Q;
         const uint32_t b = r ? 3 - a : (4 - a) % 4, mirror = r ? Q - r : 0;
         t->power[m] = {static_cast<uint16_t>(8 * r), static_cast<uint16_t>(8 * mirror),
-                       static_cast<uint16_t>(8 * 4 * (a * 4 + b)), static_cast<uint16_t>(r == 0)};
+                       static_cast<uint16_t>(8 * 4 * (a * 4 + b))};
     }
 }
 
@@ -613,10 +619,9 @@ vdouble permute_two(vdouble a, const long long *index, vdouble b) {
     return _mm512_permutex2var_pd(a, _mm512_loadu_si512(index), b);
 }
 
-// (a, b) in every complex slot.
-vdouble splat_complex(double a, double b) {
-    const vcomplex pair = {a, b};
-    return __builtin_shufflevector(pair, pair, 0, 1, 0, 1, 0, 1, 0, 1);
+// The complex value v in every complex slot.
+vdouble splat_complex(vcomplex v) {
+    return reinterpret_cast<vdouble>(_mm512_mask_broadcast_f64x2(_mm512_setzero_pd(), 0xFF, reinterpret_cast<__m128d>(v)));
 }
 
 // The output pairs of the B blocks k0 .. k0 + B - 1 (each k0 with its three partners) of one
@@ -625,7 +630,6 @@ template <int B>
 void quarter_lanes(const double *x, double *X, size_t row, const Circle &c, const QuarterRoots &t, uint32_t k0) {
     const uint32_t Q = t.quarter;
     vdouble RA[B], IB[B];
-    uint32_t power[B];
     uint32_t pair[B][4];
     for (int b = 0; b < B; ++b) {
         const uint32_t k = k0 + b;
@@ -640,22 +644,26 @@ void quarter_lanes(const double *x, double *X, size_t row, const Circle &c, cons
             IB[b][2 * l] = odd ? x[1] - middle[1] : x[1] + middle[1];
             RA[b][2 * l + 1] = IB[b][2 * l + 1] = 0;
         }
-        power[b] = 0;
     }
+    uint32_t power = 0;  // of block 0; block b meets power + j·b
     const double *rows = &t.row[0][0];
     for (uint32_t j = 1; j < c.h; ++j) {
         const double *p = x + j * row, *q = x + (c.n - j) * row;
-        const vdouble re = splat_complex(p[0] + q[0], p[0] - q[0]), im = splat_complex(p[1] + q[1], p[1] - q[1]);
+        const vcomplex first = load_as<vcomplex>(p), second = load_as<vcomplex>(q), S = first + second,
+                       D = first - second;
+        const vdouble re = splat_complex(__builtin_shufflevector(S, D, 0, 2)),
+                      im = splat_complex(__builtin_shufflevector(S, D, 1, 3));
         const long long *permutes = kQuarterPermutes.index[j & 3];  // + a family
+        power = power + k0 >= c.n ? power + k0 - c.n : power + k0;
+        uint32_t block_power = power;
 #pragma GCC unroll 8
         for (int b = 0; b < B; ++b) {
-            const uint32_t next = power[b] + k0 + b;
-            power[b] = next >= c.n ? next - c.n : next;
-            const QuarterPower w = t.power[power[b]];
+            if (b > 0) block_power = block_power + j >= c.n ? block_power + j - c.n : block_power + j;
+            const QuarterPower w = t.power[block_power];
             const long long *index = permutes + w.family;
             const vdouble root = permute_two(load(rows + w.row), index, load(rows + w.mirror_row));
             const vdouble ra = RA[b] + re * root, ib = IB[b] + im * root;
-            if (__builtin_expect(w.meets_no_sine, 0)) {  // powers 0 and n/2 add no sine terms
+            if (__builtin_expect(w.row == 0, 0)) {  // t a multiple of Q: lanes of power 0 or n/2 add no sine terms
                 const vint64 skip = (_mm512_loadu_si512(index) & 3) == 1;
                 RA[b] = skip ? RA[b] : ra;
                 IB[b] = skip ? IB[b] : ib;
