@@ -564,7 +564,7 @@ constexpr int kQuarterBlocks = 8;
 // Where the roots of power t come from: the rows of t mod Q and -t mod Q (in doubles from the
 // table's start), and the permute's family (the quarters of t and -t; j mod 4 picks within).
 struct QuarterPower {
-    uint16_t row, mirror_row, family;
+    uint16_t row, mirror_row, family, unused;
 };
 
 struct QuarterRoots {
@@ -611,7 +611,7 @@ void build_quarter_roots(const Circle &c, QuarterRoots *t) {
         const uint32_t a = m / Q, r = m % Q;
         const uint32_t b = r ? 3 - a : (4 - a) % 4, mirror = r ? Q - r : 0;
         t->power[m] = {static_cast<uint16_t>(8 * r), static_cast<uint16_t>(8 * mirror),
-                       static_cast<uint16_t>(8 * 4 * (a * 4 + b))};
+                       static_cast<uint16_t>(8 * 4 * (a * 4 + b)), 0};
     }
 }
 
@@ -625,8 +625,10 @@ vdouble splat_complex(vcomplex v) {
 }
 
 // The output pairs of the B blocks k0 .. k0 + B - 1 (each k0 with its three partners) of one
-// sequence.
-template <int B>
+// sequence. Powers 0 and n/2 add no sine terms; their table sines are 0, so for Finite data
+// the sine terms add ±0 to sums that are never -0 and change nothing. Otherwise they are
+// left out lane by lane (the data may hold infinities, and 0 times those is NaN).
+template <int B, bool Finite>
 void quarter_lanes(const double *x, double *X, size_t row, const Circle &c, const QuarterRoots &t, uint32_t k0) {
     const uint32_t Q = t.quarter;
     vdouble RA[B], IB[B];
@@ -663,7 +665,7 @@ void quarter_lanes(const double *x, double *X, size_t row, const Circle &c, cons
             const long long *index = permutes + w.family;
             const vdouble root = permute_two(load(rows + w.row), index, load(rows + w.mirror_row));
             const vdouble ra = RA[b] + re * root, ib = IB[b] + im * root;
-            if (__builtin_expect(w.row == 0, 0)) {  // t a multiple of Q: lanes of power 0 or n/2 add no sine terms
+            if (!Finite && w.row == 0) {  // t a multiple of Q: lanes of power 0 or n/2 add no sine terms
                 const vint64 skip = (_mm512_loadu_si512(index) & 3) == 1;
                 RA[b] = skip ? RA[b] : ra;
                 IB[b] = skip ? IB[b] : ib;
@@ -690,15 +692,21 @@ void last_quarter_blocks(const double *x, double *X, size_t row, const Circle &c
                          uint32_t blocks, uint32_t last) {
     if constexpr (B > 1)
         if (blocks < B) return last_quarter_blocks<B - 1>(x, X, row, c, t, blocks, last);
-    quarter_lanes<B>(x, X, row, c, t, last + 1 - B);
+    quarter_lanes<B, false>(x, X, row, c, t, last + 1 - B);
 }
 
 // Every output pair but X[0], X[n/2]: k0 = 1 .. ceil((Q-1)/2) with their partners cover
 // 1 .. 2Q - 1 but Q (a k0 met twice writes the same bits twice).
 void quarter_outputs(const double *x, double *X, size_t row, const Circle &c, const QuarterRoots &t) {
     const uint32_t Q = t.quarter, last = Q / 2;
+    bool finite = true;
+    for (uint32_t j = 0; j < c.n; ++j) finite = finite && x[j * row] - x[j * row] == 0 && x[j * row + 1] - x[j * row + 1] == 0;
     uint32_t k0 = 1;
-    for (; k0 + kQuarterBlocks - 1 <= last; k0 += kQuarterBlocks) quarter_lanes<kQuarterBlocks>(x, X, row, c, t, k0);
+    for (; k0 + kQuarterBlocks - 1 <= last; k0 += kQuarterBlocks)
+        if (finite)
+            quarter_lanes<kQuarterBlocks, true>(x, X, row, c, t, k0);
+        else
+            quarter_lanes<kQuarterBlocks, false>(x, X, row, c, t, k0);
     if (k0 <= last) last_quarter_blocks<kQuarterBlocks>(x, X, row, c, t, last + 1 - k0, last);
     single_outputs<1>(x, X, row, c, Q);
 }
