@@ -409,6 +409,7 @@ constexpr uint32_t kPermutedSpan = kPermutedBlocks * kLanes;
 
 struct PermutedRoots {
     uint32_t half, generator;  // H = (n-1)/2 and g
+    uint64_t reciprocal;       // 2^64 / n rounded up
     uint16_t log[(kLargestPermuted + 1) / 2];  // j = g^log[j] for 0 < j < h
     // Cosine and sine of power g^e for e < H, continued past H by g^(e+H) = -g^e.
     double cosine[(kLargestPermuted - 1) / 2 + kPermutedSpan], sine[(kLargestPermuted - 1) / 2 + kPermutedSpan];
@@ -441,18 +442,22 @@ uint32_t primitive_root(uint32_t n) {
     }
 }
 
+// k·g mod n (k < n) without a division: with M = 2^64/n rounded up, the fraction M·a / 2^64
+// of a/n, times n, is a mod n for every a < 2^32.
+uint32_t times_generator(const PermutedRoots &t, uint32_t k, uint32_t n) {
+    return static_cast<uint32_t>((static_cast<unsigned __int128>(t.reciprocal * (k * t.generator)) * n) >> 64);
+}
+
 void build_permuted_roots(const Circle &c, PermutedRoots *t) {
     const uint32_t H = (c.n - 1) / 2, g = primitive_root(c.n);
     t->half = H;
     t->generator = g;
-    // a mod n for a < 2^32 by one multiplication with a 64-bit reciprocal (no division in the
-    // chain of powers): the fraction M·a / 2^64 of a/n, times n.
-    const uint64_t M = UINT64_MAX / c.n + 1;
+    t->reciprocal = UINT64_MAX / c.n + 1;
     uint32_t power = 1;
     for (uint32_t e = 0; e < c.n - 1; ++e) {
         if (power < c.h) t->log[power] = static_cast<uint16_t>(e);
         if (e < H) root_of_power(c, power, &t->cosine[e], &t->sine[e]);
-        power = static_cast<uint32_t>((static_cast<unsigned __int128>(M * (power * g)) * c.n) >> 64);
+        power = times_generator(*t, power, c.n);
     }
     for (uint32_t i = H; i < H + kPermutedSpan; ++i) {
         t->cosine[i] = t->cosine[i % H];
@@ -479,7 +484,7 @@ void permuted_lanes(const double *x, double *X, size_t row, const Circle &c, con
         for (int l = 0; l < kLanes; ++l) {
             pair[b][l] = k < c.h ? k : c.n - k;
             conjugate[b][l] = k < c.h ? 0 : -1;
-            k = k * t.generator % c.n;
+            k = times_generator(t, k, c.n);
         }
         R[b] = splat<vdouble>(x[0]);
         I[b] = splat<vdouble>(x[1]);
@@ -542,7 +547,7 @@ void permuted_outputs(const double *x, double *X, size_t row, const Circle &c, c
         permuted_lanes<1>(x, X, row, c, t, t.half - kLanes);
         return;
     }
-    for (uint32_t k = power_mod(t.generator, e, c.n); e < t.half; ++e, k = k * t.generator % c.n)
+    for (uint32_t k = power_mod(t.generator, e, c.n); e < t.half; ++e, k = times_generator(t, k, c.n))
         single_outputs<1>(x, X, row, c, k < c.h ? k : c.n - k);
 }
 #endif
@@ -600,15 +605,14 @@ void build_quarter_roots(const Circle &c, QuarterRoots *t) {
         for (uint32_t i = 0; i < 4; ++i) {
             const uint32_t m = r + i * Q;
             double *w = &t->row[r][2 * i];
-            if (m == c.h) {  // n/2: the cosine -1 subtracts; its sine is never used
+            if (m == c.h) {  // n/2: the cosine -1 subtracts; the sine 0 adds nothing (quarter_lanes)
                 w[0] = -1;
                 w[1] = 0;
             } else {
                 root_of_power(c, m, &w[0], &w[1]);
             }
         }
-    for (uint32_t m = 0; m < c.n; ++m) {
-        const uint32_t a = m / Q, r = m % Q;
+    for (uint32_t m = 0, a = 0, r = 0; m < c.n; ++m, r = r + 1 == Q ? 0 : r + 1, a += r == 0) {  // m = a·Q + r
         const uint32_t b = r ? 3 - a : (4 - a) % 4, mirror = r ? Q - r : 0;
         t->power[m] = {static_cast<uint16_t>(8 * r), static_cast<uint16_t>(8 * mirror),
                        static_cast<uint16_t>(8 * 4 * (a * 4 + b)), 0};
