@@ -12,6 +12,9 @@
 //   out once for all sequences;
 // - across outputs of a single sequence of prime length: lanes hold the outputs g^e for
 //   consecutive e (g a primitive root), whose roots lie side by side in a permuted table;
+// - across outputs of a single sequence of a length divisible by 4 (512-bit vectors): lanes
+//   hold the outputs k, Q + k, Q - k, 2Q - k (Q = n/4), whose roots are quarter turns of two
+//   table rows, put in place by one permute;
 // - across outputs of a single sequence of any other length: lanes hold neighbouring k with
 //   powers per lane, roots gathered from the table and the sine's sign chosen per lane.
 // Helpers stay in this file (no inline functions of shared headers: see docs/simd.md).
@@ -625,7 +628,8 @@ vdouble permute_two(vdouble a, const long long *index, vdouble b) {
 
 // The complex value v in every complex slot.
 vdouble splat_complex(vcomplex v) {
-    return reinterpret_cast<vdouble>(_mm512_mask_broadcast_f64x2(_mm512_setzero_pd(), 0xFF, reinterpret_cast<__m128d>(v)));
+    const __m128d pair = reinterpret_cast<__m128d>(v);
+    return reinterpret_cast<vdouble>(_mm512_mask_broadcast_f64x2(_mm512_setzero_pd(), 0xFF, pair));
 }
 
 // The output pairs of the B blocks k0 .. k0 + B - 1 (each k0 with its three partners) of one
@@ -704,7 +708,8 @@ void last_quarter_blocks(const double *x, double *X, size_t row, const Circle &c
 void quarter_outputs(const double *x, double *X, size_t row, const Circle &c, const QuarterRoots &t) {
     const uint32_t Q = t.quarter, last = Q / 2;
     bool finite = true;
-    for (uint32_t j = 0; j < c.n; ++j) finite = finite && x[j * row] - x[j * row] == 0 && x[j * row + 1] - x[j * row + 1] == 0;
+    for (uint32_t j = 0; j < c.n; ++j)  // x - x is 0 unless x is infinite or NaN
+        finite = finite && x[j * row] - x[j * row] == 0 && x[j * row + 1] - x[j * row + 1] == 0;
     uint32_t k0 = 1;
     for (; k0 + kQuarterBlocks - 1 <= last; k0 += kQuarterBlocks)
         if (finite)
