@@ -779,7 +779,7 @@ void dft_group(uint32_t n, const double *x, double *X, uint32_t stride, const do
     const Circle c{n, (n + 1) / 2, n % 2 == 0, reinterpret_cast<const DftComplex *>(roots)};
     const size_t row = size_t{2} * stride;
     constexpr uint32_t kComplex = kLanes / 2;  // sequences per vector
-    constexpr int kVectors = kLanes == 8 ? 3 : 2, kPairs = kLanes == 8 ? 4 : 2;
+    constexpr int kVectors = 2, kPairs = kLanes == 8 ? 4 : 2;
     const uint32_t vectors = stride / kComplex;  // of sequences side by side
     if (vectors > 0) sequences<vdouble, kVectors, kPairs>(x, X, row, c, vectors);
     const uint32_t s = vectors * kComplex;
