@@ -12,6 +12,9 @@
 //   out once for all sequences;
 // - across outputs of a single sequence of prime length: lanes hold the outputs g^e for
 //   consecutive e (g a primitive root), whose roots lie side by side in a permuted table;
+// - across outputs of a single sequence of a length divisible by 4 (512-bit vectors): lanes
+//   hold the outputs k, Q + k, Q - k, 2Q - k (Q = n/4), whose roots are quarter turns of two
+//   table rows, put in place by one permute;
 // - across outputs of a single sequence of any other length: lanes hold neighbouring k with
 //   powers per lane, roots gathered from the table and the sine's sign chosen per lane.
 // Helpers stay in this file (no inline functions of shared headers: see docs/simd.md).
@@ -56,7 +59,6 @@ void root_of_power(const Circle &c, uint32_t m, double *cosine, double *sine) {
 // ---- across sequences: vectors of interleaved complex values, one complex per two lanes
 
 typedef double vcomplex __attribute__((vector_size(16)));  // a single complex value
-[[maybe_unused]] constexpr long long kSignBit = static_cast<long long>(1ULL << 63);
 
 template <class Vec>
 constexpr int kDoubles = sizeof(Vec) / sizeof(double);
@@ -405,11 +407,12 @@ void output_block(const double *x, double *X, size_t row, const Circle &c, uint3
 // circle holds the pair of n - g^e, whose roots are the conjugates.
 
 constexpr uint32_t kLargestPermuted = 4099;  // primes up to here (the table lives on the stack)
-constexpr int kPermutedBlocks = kLanes == 8 ? 4 : 2;
+constexpr int kPermutedBlocks = kLanes == 8 ? 6 : 3;
 constexpr uint32_t kPermutedSpan = kPermutedBlocks * kLanes;
 
 struct PermutedRoots {
     uint32_t half, generator;  // H = (n-1)/2 and g
+    uint64_t reciprocal;       // 2^64 / n rounded up
     uint16_t log[(kLargestPermuted + 1) / 2];  // j = g^log[j] for 0 < j < h
     // Cosine and sine of power g^e for e < H, continued past H by g^(e+H) = -g^e.
     double cosine[(kLargestPermuted - 1) / 2 + kPermutedSpan], sine[(kLargestPermuted - 1) / 2 + kPermutedSpan];
@@ -442,18 +445,22 @@ uint32_t primitive_root(uint32_t n) {
     }
 }
 
+// k·g mod n (k < n) without a division: with M = 2^64/n rounded up, the fraction M·a / 2^64
+// of a/n, times n, is a mod n for every a < 2^32.
+uint32_t times_generator(const PermutedRoots &t, uint32_t k, uint32_t n) {
+    return static_cast<uint32_t>((static_cast<unsigned __int128>(t.reciprocal * (k * t.generator)) * n) >> 64);
+}
+
 void build_permuted_roots(const Circle &c, PermutedRoots *t) {
     const uint32_t H = (c.n - 1) / 2, g = primitive_root(c.n);
     t->half = H;
     t->generator = g;
-    // a mod n for a < 2^32 by one multiplication with a 64-bit reciprocal (no division in the
-    // chain of powers): the fraction M·a / 2^64 of a/n, times n.
-    const uint64_t M = UINT64_MAX / c.n + 1;
+    t->reciprocal = UINT64_MAX / c.n + 1;
     uint32_t power = 1;
     for (uint32_t e = 0; e < c.n - 1; ++e) {
         if (power < c.h) t->log[power] = static_cast<uint16_t>(e);
         if (e < H) root_of_power(c, power, &t->cosine[e], &t->sine[e]);
-        power = static_cast<uint32_t>((static_cast<unsigned __int128>(M * (power * g)) * c.n) >> 64);
+        power = times_generator(*t, power, c.n);
     }
     for (uint32_t i = H; i < H + kPermutedSpan; ++i) {
         t->cosine[i] = t->cosine[i % H];
@@ -461,21 +468,26 @@ void build_permuted_roots(const Circle &c, PermutedRoots *t) {
     }
 }
 
-// v with the sign bits of `signs` (a lane's or every lane's) turned.
-vdouble flip_signs(vdouble v, vint64 signs) { return reinterpret_cast<vdouble>(reinterpret_cast<vint64>(v) ^ signs); }
+// Keeps a loaded vector in a register: the compiler would read it from memory once per use,
+// and loads are what these loops run short of (most of them cross a cache line).
+void in_register(vdouble &v) { asm("" : "+v"(v)); }
 
 // The output pairs of exponents e0 .. e0 + B·kLanes - 1 (all below H) of one sequence.
+// The sines are read as the table has them: a lane past the half circle sums the negated
+// terms of A and B, and its sums are negated once at the end. That is exact: A and B start at
+// +0 and a sum of two doubles is -0 only when both are, so neither sum is ever -0, and
+// 0 - S gives the true sum for every S (x - y and -(y - x) differ only in the sign of a zero).
 template <int B>
 void permuted_lanes(const double *x, double *X, size_t row, const Circle &c, const PermutedRoots &t, uint32_t e0) {
     vdouble R[B], I[B], A[B], Bsum[B];
-    vint64 conjugate[B];  // sign bits of the lanes past the half circle
     uint32_t pair[B][kLanes];
+    vint64 conjugate[B] = {};  // all ones in the lanes past the half circle
     uint32_t k = power_mod(t.generator, e0, c.n);
     for (int b = 0; b < B; ++b) {
         for (int l = 0; l < kLanes; ++l) {
             pair[b][l] = k < c.h ? k : c.n - k;
-            conjugate[b][l] = k < c.h ? 0 : kSignBit;
-            k = k * t.generator % c.n;
+            conjugate[b][l] = k < c.h ? 0 : -1;
+            k = times_generator(t, k, c.n);
         }
         R[b] = splat<vdouble>(x[0]);
         I[b] = splat<vdouble>(x[1]);
@@ -486,18 +498,19 @@ void permuted_lanes(const double *x, double *X, size_t row, const Circle &c, con
         const double *p = x + j * row, *q = x + (c.n - j) * row;
         uint32_t e = t.log[j] + e0;
         e -= period & -static_cast<uint32_t>(e >= period);
-        // Past H the table's sines turn sign: turn the differences instead (without a branch,
-        // which would be taken at random).
+        // Past H the table's sines turn sign: turn the differences instead (by a sign mask: a
+        // branch would be taken at random).
         const uint32_t second_half = -static_cast<uint32_t>(e >= t.half);
         e -= t.half & second_half;
-        const long long turn = static_cast<long long>(second_half & 1u) << 63;
+        const vint64 turn = vint64{} + (static_cast<long long>(second_half & 1u) << 63);
         const vdouble sum_re = splat<vdouble>(p[0] + q[0]), sum_im = splat<vdouble>(p[1] + q[1]);
-        const vdouble dre = flip_signs(splat<vdouble>(p[0] - q[0]), vint64{} + turn);
-        const vdouble dim = flip_signs(splat<vdouble>(p[1] - q[1]), vint64{} + turn);
-#pragma GCC unroll 4
+        const vdouble dre = reinterpret_cast<vdouble>(reinterpret_cast<vint64>(splat<vdouble>(p[0] - q[0])) ^ turn);
+        const vdouble dim = reinterpret_cast<vdouble>(reinterpret_cast<vint64>(splat<vdouble>(p[1] - q[1])) ^ turn);
+#pragma GCC unroll 8
         for (int b = 0; b < B; ++b) {
-            const vdouble cosine = load(t.cosine + e + b * kLanes);
-            const vdouble sine = flip_signs(load(t.sine + e + b * kLanes), conjugate[b]);
+            vdouble cosine = load(t.cosine + e + b * kLanes), sine = load(t.sine + e + b * kLanes);
+            in_register(cosine);
+            in_register(sine);
             R[b] += sum_re * cosine;
             I[b] += sum_im * cosine;
             A[b] += dre * sine;
@@ -505,6 +518,8 @@ void permuted_lanes(const double *x, double *X, size_t row, const Circle &c, con
         }
     }
     for (int b = 0; b < B; ++b) {
+        A[b] = conjugate[b] ? vdouble{} - A[b] : A[b];
+        Bsum[b] = conjugate[b] ? vdouble{} - Bsum[b] : Bsum[b];
         const vdouble re_k = R[b] + Bsum[b], im_k = I[b] + A[b], re_mirror = R[b] - Bsum[b], im_mirror = I[b] - A[b];
         for (int l = 0; l < kLanes; ++l) {
             const uint32_t k = pair[b][l];
@@ -535,17 +550,199 @@ void permuted_outputs(const double *x, double *X, size_t row, const Circle &c, c
         permuted_lanes<1>(x, X, row, c, t, t.half - kLanes);
         return;
     }
-    for (uint32_t k = power_mod(t.generator, e, c.n); e < t.half; ++e, k = k * t.generator % c.n)
+    for (uint32_t k = power_mod(t.generator, e, c.n); e < t.half; ++e, k = times_generator(t, k, c.n))
         single_outputs<1>(x, X, row, c, k < c.h ? k : c.n - k);
 }
 #endif
 
-// Every output of one sequence; `permuted` the prime length's table, or null.
-void one_sequence(const double *x, double *X, size_t row, const Circle &c, [[maybe_unused]] const void *permuted) {
+// ---- across outputs for a length divisible by 4, on 512-bit vectors: quarter turns
+//
+// With Q = n/4, the output pairs k0, Q + k0, Q - k0 and 2Q - k0 meet at step j the powers
+// t, t + jQ, jQ - t and 2jQ - t (t = j·k0 mod n): quarter turns of t and of -t. A row of the
+// quarter table holds the roots of r, r + Q, r + 2Q and r + 3Q, so the rows of t mod Q and
+// of -t mod Q hold all four lanes' roots, and one two-source permute, chosen by the quarters
+// of t and -t and by j mod 4, puts them in place. Lanes hold complex (cos, sin) pairs; the
+// sums run as (R, A) += (Re S, Re D)·(c, s) and (I, B') += (Im S, Im D)·(c, s) with
+// B = 0 - B' (exact, as for the conjugate lanes above).
+
+#if HW_VEC_DOUBLES == 8
+constexpr uint32_t kLargestQuarter = 1536;  // lengths up to here (the tables live on the stack)
+constexpr int kQuarterBlocks = 8;
+
+// Where the roots of power t come from: the rows of t mod Q and -t mod Q (in doubles from the
+// table's start), and the permute's family (the quarters of t and -t; j mod 4 picks within).
+struct QuarterPower {
+    uint16_t row, mirror_row, family, unused;
+};
+
+struct QuarterRoots {
+    uint32_t quarter;
+    alignas(64) double row[kLargestQuarter / 4][8];
+    QuarterPower power[kLargestQuarter];
+};
+
+// Permute indices for the quarters a of t and b of -t and for j mod 4: lane 0 takes quarter a
+// of the first row, lane 1 quarter a + j; lanes 2 and 3 quarters b + j and b + 2j of the second.
+struct QuarterPermutes {
+    long long index[64][8];
+};
+constexpr QuarterPermutes make_quarter_permutes() {
+    QuarterPermutes p{};
+    for (int a = 0; a < 4; ++a)
+        for (int b = 0; b < 4; ++b)
+            for (int j = 0; j < 4; ++j) {
+                const int from[4] = {2 * a, 2 * ((a + j) % 4), 8 + 2 * ((b + j) % 4), 8 + 2 * ((b + 2 * j) % 4)};
+                for (int l = 0; l < 4; ++l) {
+                    p.index[(a * 4 + b) * 4 + j][2 * l] = from[l];
+                    p.index[(a * 4 + b) * 4 + j][2 * l + 1] = from[l] + 1;
+                }
+            }
+    return p;
+}
+constexpr QuarterPermutes kQuarterPermutes = make_quarter_permutes();
+
+void build_quarter_roots(const Circle &c, QuarterRoots *t) {
+    const uint32_t Q = c.n / 4;
+    t->quarter = Q;
+    for (uint32_t r = 0; r < Q; ++r)
+        for (uint32_t i = 0; i < 4; ++i) {
+            const uint32_t m = r + i * Q;
+            double *w = &t->row[r][2 * i];
+            if (m == c.h) {  // n/2: the cosine -1 subtracts; the sine 0 adds nothing (quarter_lanes)
+                w[0] = -1;
+                w[1] = 0;
+            } else {
+                root_of_power(c, m, &w[0], &w[1]);
+            }
+        }
+    for (uint32_t m = 0, a = 0, r = 0; m < c.n; ++m, r = r + 1 == Q ? 0 : r + 1, a += r == 0) {  // m = a·Q + r
+        const uint32_t b = r ? 3 - a : (4 - a) % 4, mirror = r ? Q - r : 0;
+        t->power[m] = {static_cast<uint16_t>(8 * r), static_cast<uint16_t>(8 * mirror),
+                       static_cast<uint16_t>(8 * 4 * (a * 4 + b)), 0};
+    }
+}
+
+vdouble permute_two(vdouble a, const long long *index, vdouble b) {
+    return _mm512_permutex2var_pd(a, _mm512_loadu_si512(index), b);
+}
+
+// The complex value v in every complex slot.
+vdouble splat_complex(vcomplex v) {
+    const __m128d pair = reinterpret_cast<__m128d>(v);
+    return reinterpret_cast<vdouble>(_mm512_mask_broadcast_f64x2(_mm512_setzero_pd(), 0xFF, pair));
+}
+
+// The output pairs of the B blocks k0 .. k0 + B - 1 (each k0 with its three partners) of one
+// sequence. Powers 0 and n/2 add no sine terms; their table sines are 0, so for Finite data
+// the sine terms add ±0 to sums that are never -0 and change nothing. Otherwise they are
+// left out lane by lane (the data may hold infinities, and 0 times those is NaN).
+template <int B, bool Finite>
+void quarter_lanes(const double *x, double *X, size_t row, const Circle &c, const QuarterRoots &t, uint32_t k0) {
+    const uint32_t Q = t.quarter;
+    vdouble RA[B], IB[B];
+    uint32_t pair[B][4];
+    for (int b = 0; b < B; ++b) {
+        const uint32_t k = k0 + b;
+        pair[b][0] = k;
+        pair[b][1] = Q + k;
+        pair[b][2] = Q - k;
+        pair[b][3] = 2 * Q - k;
+        for (int l = 0; l < 4; ++l) {
+            const double *middle = x + c.h * row;
+            const bool odd = pair[b][l] & 1;
+            RA[b][2 * l] = odd ? x[0] - middle[0] : x[0] + middle[0];
+            IB[b][2 * l] = odd ? x[1] - middle[1] : x[1] + middle[1];
+            RA[b][2 * l + 1] = IB[b][2 * l + 1] = 0;
+        }
+    }
+    uint32_t power = 0;  // of block 0; block b meets power + j·b
+    const double *rows = &t.row[0][0];
+    for (uint32_t j = 1; j < c.h; ++j) {
+        const double *p = x + j * row, *q = x + (c.n - j) * row;
+        const vcomplex first = load_as<vcomplex>(p), second = load_as<vcomplex>(q), S = first + second,
+                       D = first - second;
+        const vdouble re = splat_complex(__builtin_shufflevector(S, D, 0, 2)),
+                      im = splat_complex(__builtin_shufflevector(S, D, 1, 3));
+        const long long *permutes = kQuarterPermutes.index[j & 3];  // + a family
+        power = power + k0 >= c.n ? power + k0 - c.n : power + k0;
+        uint32_t block_power = power;
+#pragma GCC unroll 8
+        for (int b = 0; b < B; ++b) {
+            if (b > 0) block_power = block_power + j >= c.n ? block_power + j - c.n : block_power + j;
+            const QuarterPower w = t.power[block_power];
+            const long long *index = permutes + w.family;
+            const vdouble root = permute_two(load(rows + w.row), index, load(rows + w.mirror_row));
+            const vdouble ra = RA[b] + re * root, ib = IB[b] + im * root;
+            if (!Finite && w.row == 0) {  // t a multiple of Q: lanes of power 0 or n/2 add no sine terms
+                const vint64 skip = (_mm512_loadu_si512(index) & 3) == 1;
+                RA[b] = skip ? RA[b] : ra;
+                IB[b] = skip ? IB[b] : ib;
+            } else {
+                RA[b] = ra;
+                IB[b] = ib;
+            }
+        }
+    }
+    for (int b = 0; b < B; ++b)
+        for (int l = 0; l < 4; ++l) {
+            const uint32_t k = pair[b][l];
+            const double R = RA[b][2 * l], A = RA[b][2 * l + 1], I = IB[b][2 * l], Bsum = 0 - IB[b][2 * l + 1];
+            X[k * row] = R + Bsum;
+            X[k * row + 1] = I + A;
+            X[(c.n - k) * row] = R - Bsum;
+            X[(c.n - k) * row + 1] = I - A;
+        }
+}
+
+// The last `blocks` (<= B) blocks ending at k0 `last`, in one pass.
+template <int B>
+void last_quarter_blocks(const double *x, double *X, size_t row, const Circle &c, const QuarterRoots &t,
+                         uint32_t blocks, uint32_t last) {
+    if constexpr (B > 1)
+        if (blocks < B) return last_quarter_blocks<B - 1>(x, X, row, c, t, blocks, last);
+    quarter_lanes<B, false>(x, X, row, c, t, last + 1 - B);
+}
+
+// Every output pair but X[0], X[n/2]: k0 = 1 .. ceil((Q-1)/2) with their partners cover
+// 1 .. 2Q - 1 but Q (a k0 met twice writes the same bits twice).
+void quarter_outputs(const double *x, double *X, size_t row, const Circle &c, const QuarterRoots &t) {
+    const uint32_t Q = t.quarter, last = Q / 2;
+    bool finite = true;
+    for (uint32_t j = 0; j < c.n; ++j)  // x - x is 0 unless x is infinite or NaN
+        finite = finite && x[j * row] - x[j * row] == 0 && x[j * row + 1] - x[j * row + 1] == 0;
+    uint32_t k0 = 1;
+    for (; k0 + kQuarterBlocks - 1 <= last; k0 += kQuarterBlocks)
+        if (finite)
+            quarter_lanes<kQuarterBlocks, true>(x, X, row, c, t, k0);
+        else
+            quarter_lanes<kQuarterBlocks, false>(x, X, row, c, t, k0);
+    if (k0 <= last) last_quarter_blocks<kQuarterBlocks>(x, X, row, c, t, last + 1 - k0, last);
+    single_outputs<1>(x, X, row, c, Q);
+}
+#endif
+
+// The tables of the single-sequence paths, built once for all sequences of a group.
+struct SequenceTables {
+    enum { kGathered, kPermuted, kQuarter } kind = kGathered;
+#if HW_VEC_DOUBLES >= 4
+    union {
+        PermutedRoots permuted;
+#if HW_VEC_DOUBLES == 8
+        QuarterRoots quarter;
+#endif
+    };
+#endif
+};
+
+// Every output of one sequence.
+void one_sequence(const double *x, double *X, size_t row, const Circle &c, [[maybe_unused]] const SequenceTables &t) {
     plain_sums<vcomplex, 1>(x, X, row, c);
     uint32_t k = 1;
 #if HW_VEC_DOUBLES >= 4
-    if (permuted) return permuted_outputs(x, X, row, c, *static_cast<const PermutedRoots *>(permuted));
+    if (t.kind == SequenceTables::kPermuted) return permuted_outputs(x, X, row, c, t.permuted);
+#if HW_VEC_DOUBLES == 8
+    if (t.kind == SequenceTables::kQuarter) return quarter_outputs(x, X, row, c, t.quarter);
+#endif
     constexpr int kBlocks = kLanes == 8 ? 3 : 2;
     if (c.n < (1u << 29)) {  // doubled powers stay 32-bit gather indices
         for (; k + kBlocks * kLanes <= c.h; k += kBlocks * kLanes) output_block<kBlocks>(x, X, row, c, k);
@@ -556,19 +753,24 @@ void one_sequence(const double *x, double *X, size_t row, const Circle &c, [[may
     if (k < c.h) single_outputs<1>(x, X, row, c, k);
 }
 
-// Sequences first .. stride-1 one at a time. Not inlined: only this path needs the permuted
-// table's room on the stack.
+// Sequences first .. stride-1 one at a time. Not inlined: only this path needs the tables'
+// room on the stack.
 __attribute__((noinline)) void single_sequences(const double *x, double *X, size_t row, const Circle &c,
                                                 uint32_t first, uint32_t stride) {
-    const void *permuted = nullptr;
+    SequenceTables tables;
 #if HW_VEC_DOUBLES >= 4
-    PermutedRoots table;
     if (c.n <= kLargestPermuted && is_odd_prime(c.n)) {
-        build_permuted_roots(c, &table);
-        permuted = &table;
+        build_permuted_roots(c, &tables.permuted);
+        tables.kind = SequenceTables::kPermuted;
+    }
+#if HW_VEC_DOUBLES == 8
+    if (c.n % 4 == 0 && c.n >= 16 && c.n <= kLargestQuarter) {
+        build_quarter_roots(c, &tables.quarter);
+        tables.kind = SequenceTables::kQuarter;
     }
 #endif
-    for (uint32_t s = first; s < stride; ++s) one_sequence(x + 2 * s, X + 2 * s, row, c, permuted);
+#endif
+    for (uint32_t s = first; s < stride; ++s) one_sequence(x + 2 * s, X + 2 * s, row, c, tables);
 }
 
 }  // namespace
