@@ -369,6 +369,7 @@ void pass_in(const PassShape &s, double *data) {
     case 8: radix_pass<8, Inverse>(s, data); break;
     case 9: radix_pass<9, Inverse>(s, data); break;
     case 10: radix_pass<10, Inverse>(s, data); break;
+    case 12: radix_pass<12, Inverse>(s, data); break;
     case 15: radix_pass<15, Inverse>(s, data); break;
     case 16: radix_pass<16, Inverse>(s, data); break;
     default: generic_pass<Inverse>(s, data);
