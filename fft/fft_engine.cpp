@@ -20,11 +20,13 @@
 namespace hw::fft {
 namespace {
 
-// w(i·step) of order n for i < count: from the constant table where n divides its order,
-// evaluated otherwise; the same bits either way.
+// w(i·step) of order n for i < count: from a constant table where n (or n / step) divides its
+// order, evaluated otherwise; the same bits either way.
 void exact_roots(simd::Isa isa, uint32_t n, uint64_t step, uint64_t count, double *roots) {
-    if (kSmallRootOrder % n == 0)
-        small_unit_roots(n, 0, step, count, roots);
+    if (has_constant_roots(n))
+        constant_unit_roots(n, 0, step, count, roots);
+    else if (n % step == 0 && has_constant_roots(static_cast<uint32_t>(n / step)))
+        constant_unit_roots(static_cast<uint32_t>(n / step), 0, 1, count, roots);
     else
         HW_PICK(isa, unit_roots)(n, 0, step, count, roots);
 }
