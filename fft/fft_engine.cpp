@@ -2,9 +2,9 @@
 // by their twiddle factors as it loads them (fft/pass_simd.cpp), and a final reordering of the
 // digit-reversed results into natural order.
 //
-// Stack: the root table (at most 4 levels of 256 complex values, 16 KiB), a pass kernel's
-// registers and lane tables (at most about 10 KiB, radix 15 and 16 at 512 bits) and the
-// reordering's digit counters (under 2 KiB): under 32 KiB in all. No heap.
+// Stack: the root table (one level of at most 1024 roots, or at most 4 levels of 256: 16 KiB),
+// a pass kernel's registers and lane tables (at most about 10 KiB, radix 15 and 16 at 512 bits)
+// and the reordering's digit counters (under 2 KiB): under 32 KiB in all. No heap.
 #include <bit>
 #include <cstddef>
 
