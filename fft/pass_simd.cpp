@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "fft/butterflies.h"
+#include "fft/generic_pass.h"
 #include "fft/pass.h"
 #include "simd/vec.h"
 
@@ -317,47 +318,6 @@ void radix_pass(const PassShape &s, double *data) {
     }
 }
 
-// A direct r-point DFT for an odd radix without a butterfly of its own, pairing outputs q and
-// r − q: y_q = Σ_j x_j · table[j·q mod r]. The twiddled inputs are gathered into `work`, so the
-// outputs can go straight back.
-template <bool Inverse>
-void generic_pass(const PassShape &s, double *data) {
-    const uint32_t r = s.radix, half = (r + 1) / 2;
-    const size_t span = size_t{s.m} * s.stride, block_length = r * span, group_length = size_t{s.n} * s.stride;
-    const double *table = s.table;
-    double *work = s.work;
-    BlockDigits digits(s.radices, s.pass, s.first_block);
-    for (uint32_t j = s.first_block; j < s.last_block; ++j, digits.next())
-        for (size_t g = 0; g < s.batch; ++g)
-            for (size_t i = 0; i < span; ++i) {
-                double *x = data + 2 * (g * group_length + j * block_length + i);
-                for (uint32_t q = 0; q < r; ++q) {
-                    Complex<double> v = Lanes<1>::load(x + 2 * q * span);
-                    if (s.pass > 0 && q > 0) v = turn<Inverse>(v, root(*s.roots, digits.rev * q * s.m));
-                    Lanes<1>::store(work + 2 * q, v);
-                }
-                Complex<double> sum = Lanes<1>::load(work);
-                for (uint32_t q = 1; q < r; ++q) sum = sum + Lanes<1>::load(work + 2 * q);
-                Lanes<1>::store(x, sum);
-                for (uint32_t q = 1; q < half; ++q) {
-                    double are = work[0], aim = work[1], bre = 0.0, bim = 0.0;
-                    uint32_t t = q;
-                    for (uint32_t k = 1; k < half; ++k) {
-                        const double wr = table[2 * t], wi = table[2 * t + 1];
-                        const double *a = work + 2 * k, *c = work + 2 * (r - k);
-                        are += (a[0] + c[0]) * wr;
-                        bre += (a[0] - c[0]) * wi;
-                        aim += (a[1] + c[1]) * wr;
-                        bim -= (a[1] - c[1]) * wi;
-                        t += q;
-                        if (t >= r) t -= r;
-                    }
-                    Lanes<1>::store(x + 2 * q * span, {are + bim, aim + bre});
-                    Lanes<1>::store(x + 2 * (r - q) * span, {are - bim, aim - bre});
-                }
-            }
-}
-
 template <bool Inverse>
 void pass_in(const PassShape &s, double *data) {
     switch (s.radix) {
@@ -371,7 +331,7 @@ void pass_in(const PassShape &s, double *data) {
     case 10: radix_pass<10, Inverse>(s, data); break;
     case 15: radix_pass<15, Inverse>(s, data); break;
     case 16: radix_pass<16, Inverse>(s, data); break;
-    default: generic_pass<Inverse>(s, data);
+    default: fft_generic_pass(s, data, Inverse);
     }
 }
 
