@@ -9,6 +9,7 @@
 
 #include "fft/butterflies.h"
 #include "fft/generic_pass.h"
+#include "fft/odd_butterflies.h"
 #include "fft/pass.h"
 #include "simd/vec.h"
 
@@ -326,9 +327,12 @@ void pass_in(const PassShape &s, double *data) {
     case 4: radix_pass<4, Inverse>(s, data); break;
     case 5: radix_pass<5, Inverse>(s, data); break;
     case 6: radix_pass<6, Inverse>(s, data); break;
+    case 7: radix_pass<7, Inverse>(s, data); break;
     case 8: radix_pass<8, Inverse>(s, data); break;
     case 9: radix_pass<9, Inverse>(s, data); break;
     case 10: radix_pass<10, Inverse>(s, data); break;
+    case 11: radix_pass<11, Inverse>(s, data); break;
+    case 13: radix_pass<13, Inverse>(s, data); break;
     case 15: radix_pass<15, Inverse>(s, data); break;
     case 16: radix_pass<16, Inverse>(s, data); break;
     default: fft_generic_pass(s, data, Inverse);
