@@ -142,12 +142,27 @@ uint32_t generator(uint32_t p) {
     }
 }
 
-// Powers g^e mod p for consecutive e.
+// g^e mod p for e < 2h, the first kCachedPowers of them kept (a division saved per value).
+constexpr uint32_t kCachedPowers = 1024;
+struct PowerTable {
+    uint32_t cached[kCachedPowers], count, g, p;
+    PowerTable(uint32_t generator, uint32_t prime) : count(prime - 1 < kCachedPowers ? prime - 1 : kCachedPowers),
+                                                      g(generator), p(prime) {
+        cached[0] = 1;
+        for (uint32_t e = 1; e < count; ++e) cached[e] = mul_mod(cached[e - 1], g, p);
+    }
+};
+
+// Walks g^e mod p along consecutive e.
 struct Powers {
-    uint32_t value, g, p;
-    Powers(uint32_t generator, uint32_t first, uint32_t prime)
-        : value(pow_mod(generator, first, prime)), g(generator), p(prime) {}
-    void next() { value = mul_mod(value, g, p); }
+    const PowerTable &table;
+    uint32_t e, value;
+    Powers(const PowerTable &powers, uint32_t first)
+        : table(powers), e(first), value(first < powers.count ? powers.cached[first] : pow_mod(powers.g, first, powers.p)) {}
+    void next() {
+        ++e;
+        value = e < table.count ? table.cached[e] : mul_mod(value, table.g, table.p);
+    }
 };
 
 template <int W>
@@ -167,6 +182,12 @@ struct Convolution {
 
 // Outputs k0 .. k0 + K·W − 1: K vectors of W lanes. Writes the real and imaginary parts of
 // y[g^k] and y[−g^k] to plus[0 .. 2KW) and minus[0 .. 2KW) (real parts first).
+// Inputs summed per output in runs of this many, each run's sum then added to the total: the
+// rounding error grows with the number of runs and their length rather than with h.
+constexpr uint32_t kRun = 16;
+
+// Outputs k0 .. k0 + K·W − 1: K vectors of W lanes. Writes the real and imaginary parts of
+// y[g^k] and y[−g^k] to plus[0 .. 2KW) and minus[0 .. 2KW) (real parts first).
 template <int W, int K>
 void convolve(const Convolution &c, uint32_t k0, Complex<double> x0, double *plus, double *minus) {
     using V = typename VecOf<W>::type;
@@ -177,18 +198,29 @@ void convolve(const Convolution &c, uint32_t k0, Complex<double> x0, double *plu
         aim[v] = x0.im - zero;
         bre[v] = bim[v] = zero;
     }
-    for (uint32_t j = 0; j < c.h; ++j) {
-        const V sr = c.sum_re[j] - zero, si = c.sum_im[j] - zero, dr = c.diff_re[j] - zero,
-                di = c.diff_im[j] - zero;
-        const size_t at = k0 + c.h - 1 - j;
+    for (uint32_t first = 0; first < c.h; first += kRun) {
+        V pre[K], pim[K], qre[K], qim[K];
+        for (int v = 0; v < K; ++v) pre[v] = pim[v] = qre[v] = qim[v] = zero;
+        const uint32_t end = c.h - first < kRun ? c.h : first + kRun;
+        for (uint32_t j = first; j < end; ++j) {
+            const V sr = c.sum_re[j] - zero, si = c.sum_im[j] - zero, dr = c.diff_re[j] - zero,
+                    di = c.diff_im[j] - zero;
+            const size_t at = k0 + c.h - 1 - j;
+            for (int v = 0; v < K; ++v) {
+                V cs, sn;
+                std::memcpy(&cs, c.cosine + at + v * W, sizeof cs);
+                std::memcpy(&sn, c.sine + at + v * W, sizeof sn);
+                pre[v] += sr * cs;
+                pim[v] += si * cs;
+                qre[v] += dr * sn;
+                qim[v] += di * sn;
+            }
+        }
         for (int v = 0; v < K; ++v) {
-            V cs, sn;
-            std::memcpy(&cs, c.cosine + at + v * W, sizeof cs);
-            std::memcpy(&sn, c.sine + at + v * W, sizeof sn);
-            are[v] += sr * cs;
-            aim[v] += si * cs;
-            bre[v] += dr * sn;
-            bim[v] += di * sn;
+            are[v] += pre[v];
+            aim[v] += pim[v];
+            bre[v] += qre[v];
+            bim[v] += qim[v];
         }
     }
     for (int v = 0; v < K; ++v) {
@@ -210,7 +242,7 @@ void outputs(const Convolution &c, uint32_t k, Complex<double> x0, Powers &at, d
         convolve<W, K>(c, k, x0, plus, minus);
         for (int l = 0; l < N; ++l, at.next()) {
             store_value(x + 2 * at.value * span, {plus[l], plus[N + l]});
-            store_value(x + 2 * (at.p - at.value) * span, {minus[l], minus[N + l]});
+            store_value(x + 2 * (at.table.p - at.value) * span, {minus[l], minus[N + l]});
         }
     }
     if constexpr (K > 1) outputs<W, 1>(c, k, x0, at, x, span);
@@ -222,13 +254,14 @@ void prime_pass(const PassShape &s, double *data, uint32_t g) {
     const uint32_t p = s.radix, h = (p - 1) / 2;
     const size_t span = size_t{s.m} * s.stride, block_length = p * span, group_length = size_t{s.n} * s.stride;
     double *roots = s.table, *work = s.work;
+    const PowerTable powers(g, p);
     // w(e) for e = −(h − 1) .. h − 1 is the root of index g^e = g^(e + 2h); the only roots
     // left out are 1 and ω^(p−1) = ω^(g^h).
     const Complex<double> root_0 = load_value(roots), root_last = load_value(roots + 2 * (p - 1));
     std::memcpy(work, roots, 2 * sizeof(double) * p);
     double *const cosine = roots, *const sine = roots + 2 * h - 1;
     {
-        Powers e(g, h + 1, p);
+        Powers e(powers, h + 1);
         for (uint32_t i = 0; i + 1 < 2 * h; ++i, e.next()) {
             cosine[i] = work[2 * e.value];
             sine[i] = work[2 * e.value + 1];
@@ -256,14 +289,14 @@ void prime_pass(const PassShape &s, double *data, uint32_t g) {
                     y0 = y0 + a;
                 };
                 pair(0, 1);
-                Powers e(g, h + 1, p);
+                Powers e(powers, h + 1);
                 for (uint32_t k = h - 1; k > 0; --k, e.next()) pair(k, e.value);
-                Powers at(g, 0, p);
+                Powers at(powers, 0);
                 outputs<kLanes, 2>(c, 0, x0, at, x, span);
                 store_value(x, y0);
             }
     {
-        Powers e(g, h + 1, p);
+        Powers e(powers, h + 1);
         for (uint32_t i = 0; i + 1 < 2 * h; ++i, e.next()) {
             work[2 * e.value] = cosine[i];
             work[2 * e.value + 1] = sine[i];
