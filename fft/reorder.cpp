@@ -66,9 +66,6 @@ void swap_runs(double *a, double *b, size_t values) {
     }
 }
 
-// Up to this many values, the in-place reordering goes through a stack buffer (18 KiB).
-constexpr uint32_t kStackValues = 1152;
-
 // The reordering of short lengths: each sequence through a stack buffer. Kept out of
 // reorder_in_place so the buffer is not on the stack during the transpositions.
 [[gnu::noinline]] void reorder_through_stack(uint32_t length, const uint32_t *r, uint32_t radix_count, double *data,

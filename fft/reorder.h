@@ -6,6 +6,10 @@
 
 namespace hw::fft {
 
+// Up to this many complex values, the in-place reordering moves them through a stack buffer
+// (18 KiB) instead of following cycles.
+constexpr uint32_t kStackValues = 1152;
+
 // Short lengths go through a stack buffer; longer ones merge equal neighbouring radices with
 // square transpositions, then move the last digit to the front of each block with rectangular
 // ones. Either way `radices` ends as the merges leave it.
