@@ -142,14 +142,38 @@ uint32_t generator(uint32_t p) {
     }
 }
 
+// v·g mod p by g additions (generators are small; a division costs more), p below 2^31.
+uint32_t times_mod(uint32_t v, uint32_t g, uint32_t p) {
+    uint32_t r = 0;
+    for (uint32_t i = 0; i < g; ++i) {
+        r += v;
+        if (r >= p) r -= p;
+    }
+    return r;
+}
+
 // g^e mod p for e < 2h, the first kCachedPowers of them kept (a division saved per value).
 constexpr uint32_t kCachedPowers = 1024;
 struct PowerTable {
     uint32_t cached[kCachedPowers], count, g, p;
     PowerTable(uint32_t generator, uint32_t prime) : count(prime - 1 < kCachedPowers ? prime - 1 : kCachedPowers),
                                                       g(generator), p(prime) {
-        cached[0] = 1;
-        for (uint32_t e = 1; e < count; ++e) cached[e] = mul_mod(cached[e - 1], g, p);
+        // Four interleaved walks: each step waits for the one before it.
+        constexpr uint32_t kWalks = 4;
+        const uint32_t part = (count + kWalks - 1) / kWalks;
+        uint32_t v[kWalks];
+        for (uint32_t w = 0; w < kWalks; ++w) v[w] = pow_mod(g, w * part, p);
+        for (uint32_t i = 0; i < part; ++i) {
+            uint32_t r[kWalks] = {};
+            for (uint32_t w = 0; w < kWalks; ++w)
+                if (w * part + i < count) cached[w * part + i] = v[w];
+            for (uint32_t k = 0; k < g; ++k)
+                for (uint32_t w = 0; w < kWalks; ++w) {
+                    r[w] += v[w];
+                    if (r[w] >= p) r[w] -= p;
+                }
+            for (uint32_t w = 0; w < kWalks; ++w) v[w] = r[w];
+        }
     }
 };
 
@@ -160,8 +184,8 @@ struct Powers {
     Powers(const PowerTable &powers, uint32_t first)
         : table(powers), e(first), value(first < powers.count ? powers.cached[first] : pow_mod(powers.g, first, powers.p)) {}
     void next() {
-        ++e;
-        value = e < table.count ? table.cached[e] : mul_mod(value, table.g, table.p);
+        if (++e == table.p - 1) e = 0;  // g^(p−1) = 1
+        value = e < table.count ? table.cached[e] : times_mod(value, table.g, table.p);
     }
 };
 
