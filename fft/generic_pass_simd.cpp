@@ -142,7 +142,8 @@ uint32_t generator(uint32_t p) {
     }
 }
 
-// v·g mod p by g additions (generators are small; a division costs more), p below 2^31.
+// v·g mod p by g additions (generators are small; a division costs more); p is below 2^31 like
+// every length.
 uint32_t times_mod(uint32_t v, uint32_t g, uint32_t p) {
     uint32_t r = 0;
     for (uint32_t i = 0; i < g; ++i) {
@@ -152,7 +153,7 @@ uint32_t times_mod(uint32_t v, uint32_t g, uint32_t p) {
     return r;
 }
 
-// g^e mod p for e < 2h, the first kCachedPowers of them kept (a division saved per value).
+// g^e mod p for e < p − 1, the first kCachedPowers of them kept (4 KiB of stack).
 constexpr uint32_t kCachedPowers = 1024;
 struct PowerTable {
     uint32_t cached[kCachedPowers], count, g, p;
