@@ -4,7 +4,8 @@
 //
 // Stack: the root table (one level of at most 1024 roots, or at most 4 levels of 256: 16 KiB),
 // a pass kernel's registers and lane tables (at most about 10 KiB, radix 15 and 16 at 512 bits)
-// and the reordering's digit counters (under 2 KiB): under 32 KiB in all. No heap.
+// or the reordering's buffer for lengths up to 1152 and digit counters (under 20 KiB): under
+// 40 KiB in all. No heap.
 #include <bit>
 #include <cstddef>
 

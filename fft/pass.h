@@ -39,7 +39,8 @@ struct PassShape {
     size_t stride, batch;
     const RootTable *roots;
     double *work;          // generic radix: gather buffer of `radix` values
-    const double *table;   // generic radix: the radix's own roots (fill_generic_roots)
+    double *table;         // generic radix: the radix's own roots (fill_generic_roots); a pass
+                           // may rearrange them while it runs and restores them
 };
 
 }  // namespace hw::fft

@@ -8,7 +8,10 @@
 #include <type_traits>
 #include <utility>
 
+#include "fft/block_twiddles.h"
 #include "fft/butterflies.h"
+#include "fft/generic_pass.h"
+#include "fft/odd_butterflies.h"
 #include "fft/pass.h"
 #include "simd/vec.h"
 
@@ -164,51 +167,6 @@ struct PackedLanes {
 template <int W>
 using LanesFor = std::conditional_t<W == 1, PackedLanes, Lanes<W>>;
 
-// w(t) of the table: one entry per level, multiplied in level order; levels whose digit is 0
-// contribute nothing.
-inline Complex<double> root(const RootTable &table, uint32_t t) {
-    if (table.levels == 1) return Lanes<1>::load(table.level[0] + 2 * t);
-    const uint32_t mask = (1u << table.bits) - 1;
-    Complex<double> w = Lanes<1>::load(table.level[0] + 2 * (t & mask));
-    t >>= table.bits;
-    if (table.levels == 2) return t == 0 ? w : w * Lanes<1>::load(table.level[1] + 2 * t);
-    for (uint32_t l = 1; l < table.levels && t != 0; ++l, t >>= table.bits) {
-        const uint32_t digit = l + 1 == table.levels ? t : t & mask;
-        if (digit != 0) w = w * Lanes<1>::load(table.level[l] + 2 * digit);
-    }
-    return w;
-}
-
-// Block j of pass p in natural order, and rev(j): j's digits over the radices before p
-// (the last the least significant) read in the opposite order.
-struct BlockDigits {
-    uint32_t digit[fft::kMaxRadices], weight[fft::kMaxRadices], rev = 0, count;
-    const uint32_t *radix;
-
-    // Starting at block `first`.
-    BlockDigits(const uint32_t *radices, uint32_t pass, uint32_t first) : count(pass), radix(radices) {
-        uint32_t w = 1;
-        for (uint32_t t = 0; t < count; ++t) {
-            weight[t] = w;
-            w *= radices[t];
-        }
-        for (uint32_t t = count; t-- > 0; first /= radices[t]) {
-            digit[t] = first % radices[t];
-            rev += digit[t] * weight[t];
-        }
-    }
-    void next() {
-        for (uint32_t t = count; t-- > 0;) {
-            if (++digit[t] < radix[t]) {
-                rev += weight[t];
-                return;
-            }
-            digit[t] = 0;
-            rev -= (radix[t] - 1) * weight[t];
-        }
-    }
-};
-
 // The R twiddle factors of the current block (factor 0 is 1 and never applied).
 template <int R>
 void block_twiddles(const PassShape &s, uint32_t rev, Complex<double> *tw) {
@@ -361,47 +319,6 @@ void radix_pass(const PassShape &s, double *data) {
     }
 }
 
-// A direct r-point DFT for an odd radix without a butterfly of its own, pairing outputs q and
-// r − q: y_q = Σ_j x_j · table[j·q mod r]. The twiddled inputs are gathered into `work`, so the
-// outputs can go straight back.
-template <bool Inverse>
-void generic_pass(const PassShape &s, double *data) {
-    const uint32_t r = s.radix, half = (r + 1) / 2;
-    const size_t span = size_t{s.m} * s.stride, block_length = r * span, group_length = size_t{s.n} * s.stride;
-    const double *table = s.table;
-    double *work = s.work;
-    BlockDigits digits(s.radices, s.pass, s.first_block);
-    for (uint32_t j = s.first_block; j < s.last_block; ++j, digits.next())
-        for (size_t g = 0; g < s.batch; ++g)
-            for (size_t i = 0; i < span; ++i) {
-                double *x = data + 2 * (g * group_length + j * block_length + i);
-                for (uint32_t q = 0; q < r; ++q) {
-                    Complex<double> v = Lanes<1>::load(x + 2 * q * span);
-                    if (s.pass > 0 && q > 0) v = turn<Inverse>(v, root(*s.roots, digits.rev * q * s.m));
-                    Lanes<1>::store(work + 2 * q, v);
-                }
-                Complex<double> sum = Lanes<1>::load(work);
-                for (uint32_t q = 1; q < r; ++q) sum = sum + Lanes<1>::load(work + 2 * q);
-                Lanes<1>::store(x, sum);
-                for (uint32_t q = 1; q < half; ++q) {
-                    double are = work[0], aim = work[1], bre = 0.0, bim = 0.0;
-                    uint32_t t = q;
-                    for (uint32_t k = 1; k < half; ++k) {
-                        const double wr = table[2 * t], wi = table[2 * t + 1];
-                        const double *a = work + 2 * k, *c = work + 2 * (r - k);
-                        are += (a[0] + c[0]) * wr;
-                        bre += (a[0] - c[0]) * wi;
-                        aim += (a[1] + c[1]) * wr;
-                        bim -= (a[1] - c[1]) * wi;
-                        t += q;
-                        if (t >= r) t -= r;
-                    }
-                    Lanes<1>::store(x + 2 * q * span, {are + bim, aim + bre});
-                    Lanes<1>::store(x + 2 * (r - q) * span, {are - bim, aim - bre});
-                }
-            }
-}
-
 template <bool Inverse>
 void pass_in(const PassShape &s, double *data) {
     switch (s.radix) {
@@ -410,13 +327,16 @@ void pass_in(const PassShape &s, double *data) {
     case 4: radix_pass<4, Inverse>(s, data); break;
     case 5: radix_pass<5, Inverse>(s, data); break;
     case 6: radix_pass<6, Inverse>(s, data); break;
+    case 7: radix_pass<7, Inverse>(s, data); break;
     case 8: radix_pass<8, Inverse>(s, data); break;
     case 9: radix_pass<9, Inverse>(s, data); break;
     case 10: radix_pass<10, Inverse>(s, data); break;
+    case 11: radix_pass<11, Inverse>(s, data); break;
     case 12: radix_pass<12, Inverse>(s, data); break;
+    case 13: radix_pass<13, Inverse>(s, data); break;
     case 15: radix_pass<15, Inverse>(s, data); break;
     case 16: radix_pass<16, Inverse>(s, data); break;
-    default: generic_pass<Inverse>(s, data);
+    default: fft_generic_pass(s, data, Inverse);
     }
 }
 

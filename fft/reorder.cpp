@@ -11,35 +11,11 @@
 
 extern "C" void ehw_Transpose(uint32_t length, const uint32_t *radices, uint32_t radix_count,
                               double *data, double *work, uint32_t stride, uint32_t batch) {
-    if (radix_count == 0 || radix_count > 32) return;  // lists of radices >= 2 have at most 31
-    // Position weights B[t] = r[t+1] ... r[P-1] and index weights A[t] = r[0] ... r[t-1].
-    uint32_t position_weight[32], index_weight[32];
-    position_weight[radix_count - 1] = 1;
-    for (uint32_t t = radix_count - 1; t > 0; --t) position_weight[t - 1] = position_weight[t] * radices[t];
-    index_weight[0] = 1;
-    for (uint32_t t = 1; t < radix_count; ++t) index_weight[t] = index_weight[t - 1] * radices[t - 1];
-
-    for (size_t g = 0; g < batch; ++g) {
-        for (size_t s = 0; s < stride; ++s) {
-            double *seq = data + 2 * (g * length * static_cast<size_t>(stride) + s);
-            for (uint32_t j = 0; j < length; ++j) {
-                uint32_t rest = j, k = 0;
-                for (uint32_t t = 0; t + 1 < radix_count; ++t) {
-                    k += rest / position_weight[t] * index_weight[t];
-                    rest %= position_weight[t];
-                }
-                k += rest * index_weight[radix_count - 1];
-                const double *from = seq + 2 * static_cast<size_t>(j) * stride;
-                work[2 * k] = from[0];
-                work[2 * k + 1] = from[1];
-            }
-            for (uint32_t j = 0; j < length; ++j) {
-                double *to = seq + 2 * static_cast<size_t>(j) * stride;
-                to[0] = work[2 * j];
-                to[1] = work[2 * j + 1];
-            }
-        }
-    }
+    if (radix_count == 0 || radix_count > hw::fft::kMaxRadices) return;  // lists of radices >= 2 have at most 31
+    for (size_t g = 0; g < batch; ++g)
+        for (size_t s = 0; s < stride; ++s)
+            hw::fft::reverse_digits(length, radices, radix_count, data + 2 * (g * length * size_t{stride} + s), stride,
+                                    work);
 }
 
 namespace hw::fft {
@@ -90,7 +66,37 @@ void swap_runs(double *a, double *b, size_t values) {
     }
 }
 
+// The reordering of short lengths: each sequence through a stack buffer. Kept out of
+// reorder_in_place so the buffer is not on the stack during the transpositions.
+[[gnu::noinline]] void reorder_through_stack(uint32_t length, const uint32_t *r, uint32_t radix_count, double *data,
+                                             uint32_t stride, uint32_t batch) {
+    double buffer[2 * kStackValues];
+    for (size_t g = 0; g < batch; ++g)
+        for (size_t s = 0; s < stride; ++s)
+            reverse_digits(length, r, radix_count, data + 2 * (g * length * size_t{stride} + s), stride, buffer);
+}
+
 }  // namespace
+
+void reverse_digits(uint32_t length, const uint32_t *radices, uint32_t radix_count, double *sequence, size_t step,
+                    double *buffer) {
+    // Position j's digits, the last radix's the least significant, weigh r[0] ... r[t−1] in the
+    // natural index.
+    DigitCounter natural;
+    natural.count = radix_count;
+    for (uint32_t t = 0, w = 1; t < radix_count; w *= radices[t++]) {
+        natural.radix[radix_count - 1 - t] = radices[t];
+        natural.weight[radix_count - 1 - t] = w;
+        natural.digit[t] = 0;
+    }
+    for (uint32_t j = 0; j < length; ++j, natural.next())
+        std::memcpy(buffer + 2 * size_t{natural.value}, sequence + 2 * j * step, 2 * sizeof(double));
+    if (step == 1) {
+        std::memcpy(sequence, buffer, 2 * sizeof(double) * length);
+        return;
+    }
+    for (uint32_t k = 0; k < length; ++k) std::memcpy(sequence + 2 * k * step, buffer + 2 * size_t{k}, 2 * sizeof(double));
+}
 
 uint32_t merge_equal_neighbours(uint32_t *radices, uint32_t radix_count) {
     uint32_t count = radix_count;
@@ -100,6 +106,11 @@ uint32_t merge_equal_neighbours(uint32_t *radices, uint32_t radix_count) {
 
 void reorder_in_place(uint32_t length, uint32_t *r, uint32_t radix_count, double *data,
                       uint32_t stride, uint32_t batch) {
+    if (length <= kStackValues) {  // the same values move; the list ends as the merges leave it
+        reorder_through_stack(length, r, radix_count, data, stride, batch);
+        merge_equal_neighbours(r, radix_count);
+        return;
+    }
     uint32_t count = radix_count;
     // Merge phase: swap the digits of equal neighbours, nearest the end first.
     for (uint32_t t; (t = last_equal_pair(r, count)) != count;) {

@@ -6,10 +6,20 @@
 
 namespace hw::fft {
 
-// Merges equal neighbouring radices with square transpositions, then moves the last digit to
-// the front of each block with rectangular ones. Rewrites `radices` as it goes.
+// Up to this many complex values, the in-place reordering moves them through a stack buffer
+// (18 KiB) instead of following cycles.
+constexpr uint32_t kStackValues = 1152;
+
+// Short lengths go through a stack buffer; longer ones merge equal neighbouring radices with
+// square transpositions, then move the last digit to the front of each block with rectangular
+// ones. Either way `radices` ends as the merges leave it.
 void reorder_in_place(uint32_t length, uint32_t *radices, uint32_t radix_count, double *data,
                       uint32_t stride, uint32_t batch);
+
+// One sequence, its values `step` complex values apart, from digit-reversed into natural order
+// through `buffer` of `length` complex values.
+void reverse_digits(uint32_t length, const uint32_t *radices, uint32_t radix_count, double *sequence, size_t step,
+                    double *buffer);
 
 // The list as reorder_in_place leaves it, without touching any data; the new length.
 uint32_t merge_equal_neighbours(uint32_t *radices, uint32_t radix_count);

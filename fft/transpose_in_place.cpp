@@ -1,5 +1,6 @@
 // In-place transposition of consecutive row-major matrices whose entries are runs of complex
-// values, by following the cycles of the permutation. No storage beyond a small stack buffer.
+// values: small matrices through a stack buffer, larger ones by following the cycles of the
+// permutation.
 #include <algorithm>
 #include <cstddef>
 
@@ -46,6 +47,15 @@ void transpose_rectangular(size_t rows, size_t cols, double *m, size_t entry) {
     }
 }
 
+// A matrix of at most kStackValues values: copied out and written back transposed.
+[[gnu::noinline]] void transpose_through_stack(size_t rows, size_t cols, double *m, size_t entry) {
+    double buffer[2 * kStackValues];
+    std::copy_n(m, 2 * rows * cols * entry, buffer);
+    for (size_t a = 0; a < rows; ++a)
+        for (size_t b = 0; b < cols; ++b)
+            std::copy_n(buffer + 2 * (a * cols + b) * entry, 2 * entry, m + 2 * (b * rows + a) * entry);
+}
+
 }  // namespace
 
 void transpose_in_place(uint32_t rows, uint32_t cols, double *data, uint32_t entry, uint32_t count,
@@ -55,6 +65,8 @@ void transpose_in_place(uint32_t rows, uint32_t cols, double *data, uint32_t ent
         double *m = data + 2 * q * distance;
         if (rows == cols)
             transpose_square(rows, m, entry);
+        else if (rows > 1 && cols > 1 && uint64_t{rows} * cols * entry <= kStackValues)
+            transpose_through_stack(rows, cols, m, entry);
         else if (rows > 1 && cols > 1)
             transpose_rectangular(rows, cols, m, entry);
     }

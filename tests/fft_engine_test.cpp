@@ -6,6 +6,7 @@
 
 #include "fft/butterflies.h"
 #include "fft/engine.h"
+#include "fft/odd_butterflies.h"
 #include "fft/radix_kinds.h"
 #include "fft/small_roots.h"
 #include "fourier_support.h"
@@ -52,7 +53,7 @@ TEST(FftEngine, MatchesOracleWithTheSameBitsEverywhere) {
         {16, 1, 1},  {13, 1, 1},  {12, 3, 2},   {18, 1, 1},  {24, 1, 1},  {27, 1, 1},  {32, 1, 1},  {36, 4, 3},
         {54, 2, 3},  {64, 1, 1},  {81, 5, 1},   {96, 1, 1},  {128, 1, 1}, {49, 1, 1},  {121, 1, 1}, {210, 1, 4},
         {256, 1, 1}, {539, 3, 1}, {997, 1, 1},  {1000, 2, 2}, {768, 1, 1}, {2048, 2, 2}, {338, 1, 1}, {360, 1, 1},
-        {1029, 1, 1}, {1225, 1, 1}, {4096, 1, 1}, {16, 3, 1}, {64, 2, 1}, {6000, 1, 1}};
+        {1029, 1, 1}, {1225, 1, 1}, {4096, 1, 1}, {16, 3, 1}, {64, 2, 1}, {6000, 1, 1}, {68, 3, 2}, {289, 1, 1}, {1650, 2, 1}, {1031, 1, 1}};
     for (const auto &c : cases)
         for (bool inverse : {false, true}) {
             SCOPED_TRACE(testing::Message() << "n " << c.n << " stride " << c.stride << " batch " << c.batch
@@ -103,9 +104,16 @@ TEST(FftEngine, RefusesAnUnsupportedEvenRadixBeforeTouchingTheData) {
 // The butterflies' constants are the roots of unity they name, rounded to nearest.
 TEST(FftEngine, ButterflyConstantsAreExactRoots) {
     using namespace hw::fft;
-    const struct { int t, n; double cosine, sine; } roots[] = {
+    struct Root { int t, n; double cosine, sine; };
+    std::vector<Root> roots = {
         {1, 8, kCos1_8, kCos1_8},   {1, 16, kCos1_16, kSin1_16}, {1, 3, -0.5, kSin1_3},    {1, 5, kCos1_5, kSin1_5},
         {2, 5, kCos2_5, kSin2_5}, {1, 9, kCos1_9, kSin1_9},    {2, 9, kCos2_9, kSin2_9}, {4, 9, kCos4_9, kSin4_9}};
+    const auto add = [&roots]<int R>(OddRoots<R>) {
+        for (int t = 1; 2 * t < R; ++t) roots.push_back({t, R, OddRoots<R>::cosine[t - 1], OddRoots<R>::sine[t - 1]});
+    };
+    add(OddRoots<7>{});
+    add(OddRoots<11>{});
+    add(OddRoots<13>{});
     for (const auto &r : roots) {
         const long double angle = 6.283185307179586476925286766559L * r.t / r.n;
         EXPECT_EQ(static_cast<double>(std::cos(angle)), r.cosine) << r.t << "/" << r.n;
