@@ -25,8 +25,9 @@ struct FftRun {
 // The FFT engine on `x` on one instruction-set level, with working storage as the FFT entry
 // lays it out: max(2P, n when out of place) complex values, the roots after the first P (P the
 // last radix when it needs the generic butterfly, else 0), then guard values that must survive.
+// `cache` bytes as the engine's cache size: small values run the passes block by block.
 FftRun run_fft(hw::simd::Isa isa, std::vector<cplx> x, uint32_t n, uint32_t stride, uint32_t batch,
-                      bool inverse, bool storage) {
+                      bool inverse, bool storage, size_t cache = hw::fft::kCacheBytes) {
     uint32_t radices[32];
     const uint32_t count = ehw_RadixDec(n, radices), last = radices[count - 1];
     const uint32_t generic = hw::fft::needs_generic_butterfly(last) ? last : 0;
@@ -35,7 +36,7 @@ FftRun run_fft(hw::simd::Isa isa, std::vector<cplx> x, uint32_t n, uint32_t stri
     std::vector<cplx> work(used + 4, guard);
     double *const w = reinterpret_cast<double *>(work.data());
     EXPECT_EQ(hw::fft::transform(isa, n, radices, count, reinterpret_cast<double *>(x.data()), w, w + 2 * generic,
-                                 inverse, storage, stride, batch), 0);
+                                 inverse, storage, stride, batch, cache), 0);
     EXPECT_EQ(std::vector<cplx>(work.begin() + used, work.end()), std::vector<cplx>(4, guard)) << "storage overrun";
     return {x, {work.begin() + generic, work.begin() + 2 * generic}, {radices, radices + count}};
 }
@@ -52,7 +53,7 @@ TEST(FftEngine, MatchesOracleWithTheSameBitsEverywhere) {
         {16, 1, 1},  {13, 1, 1},  {12, 3, 2},   {18, 1, 1},  {24, 1, 1},  {27, 1, 1},  {32, 1, 1},  {36, 4, 3},
         {54, 2, 3},  {64, 1, 1},  {81, 5, 1},   {96, 1, 1},  {128, 1, 1}, {49, 1, 1},  {121, 1, 1}, {210, 1, 4},
         {256, 1, 1}, {539, 3, 1}, {997, 1, 1},  {1000, 2, 2}, {768, 1, 1}, {2048, 2, 2}, {338, 1, 1}, {360, 1, 1},
-        {1029, 1, 1}, {1225, 1, 1}, {4096, 1, 1}, {16, 3, 1}, {64, 2, 1}, {6000, 1, 1}};
+        {1029, 1, 1}, {1225, 1, 1}, {4096, 1, 1}, {16, 3, 1}, {64, 2, 1}, {6000, 1, 1}, {10, 1, 9}, {77, 2, 3}};
     for (const auto &c : cases)
         for (bool inverse : {false, true}) {
             SCOPED_TRACE(testing::Message() << "n " << c.n << " stride " << c.stride << " batch " << c.batch
@@ -68,15 +69,16 @@ TEST(FftEngine, MatchesOracleWithTheSameBitsEverywhere) {
             // In place, equal neighbouring radices are merged in the list; out of place it is only read.
             EXPECT_EQ(in_place.list != fresh, std::adjacent_find(fresh.begin(), fresh.end()) != fresh.end());
             for (Isa isa : runnable_levels())
-                for (bool storage : {false, true}) {
-                    const FftRun r = run_fft(isa, x, c.n, c.stride, c.batch, inverse, storage);
-                    EXPECT_TRUE(same_bits(r.data, in_place.data)) << hw::simd::isa_name(isa) << " storage " << storage;
-                    if (storage) {
-                        EXPECT_EQ(r.list, fresh);
-                    } else {  // out of place the roots lie inside the temporary
-                        EXPECT_TRUE(same_bits(r.roots, in_place.roots));
+                for (bool storage : {false, true})
+                    for (size_t cache : {hw::fft::kCacheBytes, size_t{512}}) {  // whole, then block by block
+                        const FftRun r = run_fft(isa, x, c.n, c.stride, c.batch, inverse, storage, cache);
+                        EXPECT_TRUE(same_bits(r.data, in_place.data))
+                            << hw::simd::isa_name(isa) << " storage " << storage << " cache " << cache;
+                        EXPECT_EQ(r.list, storage ? fresh : in_place.list);
+                        if (!storage) {  // out of place the roots lie inside the temporary
+                            EXPECT_TRUE(same_bits(r.roots, in_place.roots));
+                        }
                     }
-                }
             // The root table of the generic radix: exp(∓2πik/p), the library's roots for
             // k < p/2 and their mirror images above.
             const size_t p = in_place.roots.size();
