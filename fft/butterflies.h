@@ -43,7 +43,7 @@ struct Butterfly;
 template <>
 struct Butterfly<2> {
     template <bool Inverse, typename T>
-    static void apply(Complex<T> *x) {
+    [[gnu::always_inline]] static void apply(Complex<T> *x) {
         const Complex<T> a = x[0], b = x[1];
         x[0] = a + b;
         x[1] = a - b;
@@ -53,7 +53,7 @@ struct Butterfly<2> {
 template <>
 struct Butterfly<4> {
     template <bool Inverse, typename T>
-    static void apply(Complex<T> *x) {
+    [[gnu::always_inline]] static void apply(Complex<T> *x) {
         const Complex<T> s1 = x[0] + x[2], d1 = x[0] - x[2], s2 = x[1] + x[3], d2 = rotate<Inverse>(x[1] - x[3]);
         x[0] = s1 + s2;
         x[2] = s1 - s2;
@@ -65,7 +65,7 @@ struct Butterfly<4> {
 template <>
 struct Butterfly<8> {
     template <bool Inverse, typename T>
-    static void apply(Complex<T> *x) {
+    [[gnu::always_inline]] static void apply(Complex<T> *x) {
         Complex<T> e[4] = {x[0], x[2], x[4], x[6]}, o[4] = {x[1], x[3], x[5], x[7]};
         Butterfly<4>::apply<Inverse>(e);
         Butterfly<4>::apply<Inverse>(o);
@@ -81,7 +81,7 @@ struct Butterfly<8> {
 template <>
 struct Butterfly<16> {
     template <bool Inverse, typename T>
-    static void apply(Complex<T> *x) {
+    [[gnu::always_inline]] static void apply(Complex<T> *x) {
         Complex<T> e[8], o[8];
         for (int k = 0; k < 8; ++k) {
             e[k] = x[2 * k];
@@ -109,7 +109,7 @@ struct Butterfly<16> {
 // cosine-weighted sums x_j + x_{r−j} and Q from the sine-weighted differences x_j − x_{r−j}
 
 template <bool Inverse, typename T>
-inline void dft3(Complex<T> x0, Complex<T> x1, Complex<T> x2, Complex<T> *y) {
+[[gnu::always_inline]] inline void dft3(Complex<T> x0, Complex<T> x1, Complex<T> x2, Complex<T> *y) {
     const Complex<T> u = x1 + x2;
     y[0] = x0 + u;
     const Complex<T> t = (-0.5 * u) + x0;
@@ -121,7 +121,7 @@ inline void dft3(Complex<T> x0, Complex<T> x1, Complex<T> x2, Complex<T> *y) {
 template <>
 struct Butterfly<3> {
     template <bool Inverse, typename T>
-    static void apply(Complex<T> *x) {
+    [[gnu::always_inline]] static void apply(Complex<T> *x) {
         dft3<Inverse>(x[0], x[1], x[2], x);
     }
 };
@@ -129,7 +129,7 @@ struct Butterfly<3> {
 template <>
 struct Butterfly<5> {
     template <bool Inverse, typename T>
-    static void apply(Complex<T> *x) {
+    [[gnu::always_inline]] static void apply(Complex<T> *x) {
         constexpr double s1 = directed<Inverse>(kSin1_5), s2 = directed<Inverse>(kSin2_5);
         const Complex<T> x0 = x[0], a1 = x[1] + x[4], b1 = x[1] - x[4], a2 = x[2] + x[3], b2 = x[2] - x[3];
         x[0] = x0 + (a1 + a2);
@@ -146,7 +146,7 @@ struct Butterfly<5> {
 template <>
 struct Butterfly<6> {
     template <bool Inverse, typename T>
-    static void apply(Complex<T> *x) {
+    [[gnu::always_inline]] static void apply(Complex<T> *x) {
         Complex<T> a[3], b[3];
         dft3<Inverse>(x[0], x[2], x[4], a);
         dft3<Inverse>(x[3], x[5], x[1], b);
@@ -162,7 +162,7 @@ struct Butterfly<6> {
 template <>
 struct Butterfly<9> {
     template <bool Inverse, typename T>
-    static void apply(Complex<T> *x) {
+    [[gnu::always_inline]] static void apply(Complex<T> *x) {
         constexpr double s3 = directed<Inverse>(kSin1_3), s1 = directed<Inverse>(kSin1_9),
                          s2 = directed<Inverse>(kSin2_9), s4 = directed<Inverse>(kSin4_9);
         const Complex<T> t0 = x[0] - 0.5 * (x[3] + x[6]), v0 = s3 * (x[3] - x[6]);
@@ -195,14 +195,17 @@ struct Butterfly<9> {
 template <int A, int B>
 struct PrimeFactor {
     static constexpr int N = A * B;
-    // The output index with residues (k1, k2).
-    static constexpr int output(int k1, int k2) {
-        int k = 0;
-        while (k % A != k1 || k % B != k2) ++k;
-        return k;
-    }
+    // The output index with residues (k1, k2), as a table: the search must not run per call.
+    struct Outputs {
+        int index[A][B];
+    };
+    static constexpr Outputs kOutputs = [] {
+        Outputs o{};
+        for (int k = 0; k < N; ++k) o.index[k % A][k % B] = k;
+        return o;
+    }();
     template <bool Inverse, typename T>
-    static void apply(Complex<T> *x) {
+    [[gnu::always_inline]] static void apply(Complex<T> *x) {
         Complex<T> rows[B][A], columns[A][B];
         for (int b = 0; b < B; ++b) {
             for (int a = 0; a < A; ++a) rows[b][a] = x[(B * a + A * b) % N];
@@ -211,13 +214,15 @@ struct PrimeFactor {
         for (int k1 = 0; k1 < A; ++k1) {
             for (int b = 0; b < B; ++b) columns[k1][b] = rows[b][k1];
             Butterfly<B>::template apply<Inverse>(columns[k1]);
-            for (int k2 = 0; k2 < B; ++k2) x[output(k1, k2)] = columns[k1][k2];
+            for (int k2 = 0; k2 < B; ++k2) x[kOutputs.index[k1][k2]] = columns[k1][k2];
         }
     }
 };
 
 template <>
 struct Butterfly<10> : PrimeFactor<2, 5> {};
+template <>
+struct Butterfly<12> : PrimeFactor<4, 3> {};
 template <>
 struct Butterfly<15> : PrimeFactor<3, 5> {};
 

@@ -21,11 +21,13 @@
 namespace hw::fft {
 namespace {
 
-// w(i·step) of order n for i < count: from the constant table where n divides its order,
-// evaluated otherwise; the same bits either way.
+// w(i·step) of order n for i < count: from a constant table where n (or n / step) divides its
+// order, evaluated otherwise; the same bits either way.
 void exact_roots(simd::Isa isa, uint32_t n, uint64_t step, uint64_t count, double *roots) {
-    if (kSmallRootOrder % n == 0)
-        small_unit_roots(n, 0, step, count, roots);
+    if (has_constant_roots(n))
+        constant_unit_roots(n, 0, step, count, roots);
+    else if (n % step == 0 && has_constant_roots(static_cast<uint32_t>(n / step)))
+        constant_unit_roots(static_cast<uint32_t>(n / step), 0, 1, count, roots);
     else
         HW_PICK(isa, unit_roots)(n, 0, step, count, roots);
 }
@@ -46,11 +48,22 @@ void fill_circle(simd::Isa isa, uint32_t n, uint64_t step, uint32_t count, doubl
     }
 }
 
-// The root table of order n: two levels up to 2^16, three up to 2^24, four above, at most
+// The root table of order n: the whole circle in one level where it fits and the constant
+// tables hold it; otherwise two levels up to 2^16, three up to 2^24, four above, at most
 // 2^kMaxRootLevelBits entries each. The last level spans the whole circle; where it is filled
 // by symmetry from an eighth of its roots, two levels take the digit width that needs the
 // fewest evaluations.
 void fill_root_table(simd::Isa isa, uint32_t n, double *storage, RootTable *table) {
+    if (n <= kMaxRootLevels << kMaxRootLevelBits && has_constant_roots(n)) {  // one level, every root exact
+        table->levels = 1;
+        table->bits = 32;
+        table->level[0] = storage;
+        if (n % 8 == 0)
+            fill_circle(isa, n, 1, n, storage);
+        else
+            exact_roots(isa, n, 1, n, storage);
+        return;
+    }
     const uint32_t bits = static_cast<uint32_t>(std::bit_width(n - 1));
     table->levels = bits <= 16 ? 2 : bits <= 24 ? 3 : 4;
     table->bits = (bits + table->levels - 1) / table->levels;

@@ -19,7 +19,7 @@ constexpr uint32_t kMaxRootLevelBits = 8;
 // The roots of unity of order n, w(t) = (cos, sin) of +2πt/n for t < n, as the product of one
 // entry per level: level l holds w(i · 2^(bits·l)) for i < 2^bits (the last level up to
 // n / 2^(bits·l)), and t is read in base 2^bits. One or two exactly rounded roots per level
-// entry instead of one per twiddle factor.
+// entry instead of one per twiddle factor. A table of one level holds all n roots.
 struct RootTable {
     const double *level[kMaxRootLevels];  // (cos, sin) pairs
     uint32_t levels, bits;

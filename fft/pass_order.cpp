@@ -30,7 +30,8 @@ bool is_square(uint32_t x, uint32_t *root) {
 uint32_t mirrored_pass_order(uint32_t n, uint32_t *radices, uint32_t *outer) {
     // The square-free part c: the product of the primes with an odd exponent in n.
     uint32_t list[kMaxRadices], c = 1;
-    const uint32_t count = ehw_RadixDec(n, list);
+    const bool own_butterfly = is_power_of_two_radix(n) || is_symmetric_pair_radix(n) || is_prime_factor_radix(n);
+    const uint32_t count = own_butterfly ? 1 : ehw_RadixDec(n, list);
     if (count == 1) {  // one pass: nothing to reorder
         radices[0] = n;
         *outer = 0;

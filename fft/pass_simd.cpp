@@ -124,6 +124,7 @@ struct Lanes<1> {
 // w(t) of the table: one entry per level, multiplied in level order; levels whose digit is 0
 // contribute nothing.
 inline Complex<double> root(const RootTable &table, uint32_t t) {
+    if (table.levels == 1) return Lanes<1>::load(table.level[0] + 2 * t);
     const uint32_t mask = (1u << table.bits) - 1;
     Complex<double> w = Lanes<1>::load(table.level[0] + 2 * (t & mask));
     t >>= table.bits;
@@ -200,7 +201,7 @@ struct SpanOneTwiddles {
 
     explicit SpanOneTwiddles(const PassShape &s) : last_radix(s.pass > 0 ? s.radices[s.pass - 1] : 1) {
         // The table pays off when it replaces more roots than it costs.
-        table = s.pass > 0 && last_radix <= 16 &&
+        table = s.pass > 0 && last_radix <= 16 && s.roots->levels > 1 &&
                 uint64_t{R} * last_radix + uint64_t{R - 1} * (s.blocks / last_radix) < uint64_t{R - 1} * s.blocks;
         if (!table) return;
         const uint32_t step = s.n / (last_radix * R);
@@ -369,6 +370,7 @@ void pass_in(const PassShape &s, double *data) {
     case 8: radix_pass<8, Inverse>(s, data); break;
     case 9: radix_pass<9, Inverse>(s, data); break;
     case 10: radix_pass<10, Inverse>(s, data); break;
+    case 12: radix_pass<12, Inverse>(s, data); break;
     case 15: radix_pass<15, Inverse>(s, data); break;
     case 16: radix_pass<16, Inverse>(s, data); break;
     default: generic_pass<Inverse>(s, data);

@@ -10,8 +10,9 @@ namespace hw::fft {
 inline bool is_power_of_two_radix(uint32_t r) { return r == 16 || r == 8 || r == 4 || r == 2; }
 // Radix 3, 5, 6, 9: the symmetric-pair family (6 as two radix-3 butterflies).
 inline bool is_symmetric_pair_radix(uint32_t r) { return r == 9 || r == 6 || r == 3 || r == 5; }
-// Radix 10 and 15: two coprime butterflies in prime-factor form (the engine's own pass orders).
-inline bool is_prime_factor_radix(uint32_t r) { return r == 10 || r == 15; }
+// Radix 10, 12 and 15: two coprime butterflies in prime-factor form (the engine's own pass
+// orders only; a caller's list with 10 or 12 is refused).
+inline bool is_prime_factor_radix(uint32_t r) { return r == 10 || r == 12 || r == 15; }
 inline bool needs_generic_butterfly(uint32_t r) {
     return r % 2 == 1 && !is_symmetric_pair_radix(r) && !is_prime_factor_radix(r) && r != 1;
 }

@@ -115,13 +115,14 @@ TEST(FftEngine, ButterflyConstantsAreExactRoots) {
     }
 }
 
-// The constant table serves every order dividing 6720 with unit_root's bits, signs of zero included.
-TEST(FftEngine, SmallRootTableHoldsExactRoots) {
+// The constant tables serve every order dividing 6720 or 4096 with unit_root's bits, signs of
+// zero included.
+TEST(FftEngine, ConstantRootTablesHoldExactRoots) {
     using namespace hw::fft;
     double got[2 * kSmallRootOrder];
     for (uint32_t n = 1; n <= kSmallRootOrder; ++n) {
-        if (kSmallRootOrder % n != 0) continue;
-        small_unit_roots(n, 0, 1, n, got);
+        if (!has_constant_roots(n)) continue;
+        constant_unit_roots(n, 0, 1, n, got);
         for (uint32_t t = 0; t < n; ++t) {
             double cosine, sine;
             hw::trig::unit_root(t, n, &cosine, &sine);
