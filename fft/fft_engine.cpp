@@ -3,8 +3,9 @@
 // digit-reversed results into natural order.
 //
 // Stack: the root table (at most 4 levels of 256 complex values, 16 KiB), a pass kernel's
-// registers and lane tables (at most about 10 KiB, radix 15 and 16 at 512 bits) and the
-// reordering's digit counters (under 2 KiB): under 32 KiB in all. No heap.
+// registers and lane tables (at most about 10 KiB, radix 15 and 16 at 512 bits), the pass
+// schedule with its depth-first recursion (one frame per pass, at most 32: under 4 KiB) and
+// the reordering's digit counters (under 2 KiB): under 36 KiB in all. No heap.
 #include <algorithm>
 #include <bit>
 #include <cstddef>
