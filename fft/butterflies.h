@@ -1,7 +1,8 @@
 // The specialised butterflies: plain r-point DFTs y_k = Σ_j x_j W^{jk}, W = exp(∓2πi/r) (−
 // forward, + inverse), in place on r register values, with no twiddle factor (the passes apply
 // those). One body per radix for both directions and every vector width: `Inverse` picks the
-// direction, `T` is double or a vector of doubles.
+// direction, `C` is a complex value whose parts are doubles or vectors of doubles
+// (fft/complex.h), or any type with the same operations.
 //
 // The constants are the exact roots of unity they name, rounded to double (a test compares
 // them with the library's roots); their last bits matter for the results to be the same on
@@ -42,9 +43,9 @@ struct Butterfly;
 
 template <>
 struct Butterfly<2> {
-    template <bool Inverse, typename T>
-    [[gnu::always_inline]] static void apply(Complex<T> *x) {
-        const Complex<T> a = x[0], b = x[1];
+    template <bool Inverse, typename C>
+    [[gnu::always_inline]] static void apply(C *x) {
+        const C a = x[0], b = x[1];
         x[0] = a + b;
         x[1] = a - b;
     }
@@ -52,9 +53,9 @@ struct Butterfly<2> {
 
 template <>
 struct Butterfly<4> {
-    template <bool Inverse, typename T>
-    [[gnu::always_inline]] static void apply(Complex<T> *x) {
-        const Complex<T> s1 = x[0] + x[2], d1 = x[0] - x[2], s2 = x[1] + x[3], d2 = rotate<Inverse>(x[1] - x[3]);
+    template <bool Inverse, typename C>
+    [[gnu::always_inline]] static void apply(C *x) {
+        const C s1 = x[0] + x[2], d1 = x[0] - x[2], s2 = x[1] + x[3], d2 = rotate<Inverse>(x[1] - x[3]);
         x[0] = s1 + s2;
         x[2] = s1 - s2;
         x[1] = d1 + d2;
@@ -64,12 +65,12 @@ struct Butterfly<4> {
 
 template <>
 struct Butterfly<8> {
-    template <bool Inverse, typename T>
-    [[gnu::always_inline]] static void apply(Complex<T> *x) {
-        Complex<T> e[4] = {x[0], x[2], x[4], x[6]}, o[4] = {x[1], x[3], x[5], x[7]};
+    template <bool Inverse, typename C>
+    [[gnu::always_inline]] static void apply(C *x) {
+        C e[4] = {x[0], x[2], x[4], x[6]}, o[4] = {x[1], x[3], x[5], x[7]};
         Butterfly<4>::apply<Inverse>(e);
         Butterfly<4>::apply<Inverse>(o);
-        const Complex<T> w[4] = {o[0], kCos1_8 * (o[1] + rotate<Inverse>(o[1])), rotate<Inverse>(o[2]),
+        const C w[4] = {o[0], kCos1_8 * (o[1] + rotate<Inverse>(o[1])), rotate<Inverse>(o[2]),
                                  kCos1_8 * (rotate<Inverse>(o[3]) - o[3])};
         for (int k = 0; k < 4; ++k) {
             x[k] = e[k] + w[k];
@@ -80,9 +81,9 @@ struct Butterfly<8> {
 
 template <>
 struct Butterfly<16> {
-    template <bool Inverse, typename T>
-    [[gnu::always_inline]] static void apply(Complex<T> *x) {
-        Complex<T> e[8], o[8];
+    template <bool Inverse, typename C>
+    [[gnu::always_inline]] static void apply(C *x) {
+        C e[8], o[8];
         for (int k = 0; k < 8; ++k) {
             e[k] = x[2 * k];
             o[k] = x[2 * k + 1];
@@ -90,7 +91,7 @@ struct Butterfly<16> {
         Butterfly<8>::apply<Inverse>(e);
         Butterfly<8>::apply<Inverse>(o);
         // W^k as a·v + b·rotate(v) with (a, b) from cos and sin of 2πk/16.
-        const Complex<T> w[8] = {o[0],
+        const C w[8] = {o[0],
                                  kCos1_16 * o[1] + kSin1_16 * rotate<Inverse>(o[1]),
                                  kCos1_8 * (o[2] + rotate<Inverse>(o[2])),
                                  kSin1_16 * o[3] + kCos1_16 * rotate<Inverse>(o[3]),
@@ -108,33 +109,33 @@ struct Butterfly<16> {
 // ---- radix 3, 5, 6, 9: the symmetric-pair form, y_k, y_{r−k} = P_k ± i·Q_k with P from the
 // cosine-weighted sums x_j + x_{r−j} and Q from the sine-weighted differences x_j − x_{r−j}
 
-template <bool Inverse, typename T>
-[[gnu::always_inline]] inline void dft3(Complex<T> x0, Complex<T> x1, Complex<T> x2, Complex<T> *y) {
-    const Complex<T> u = x1 + x2;
+template <bool Inverse, typename C>
+[[gnu::always_inline]] inline void dft3(C x0, C x1, C x2, C *y) {
+    const C u = x1 + x2;
     y[0] = x0 + u;
-    const Complex<T> t = (-0.5 * u) + x0;
-    const Complex<T> v = directed<Inverse>(kSin1_3) * (x1 - x2);
+    const C t = (-0.5 * u) + x0;
+    const C v = directed<Inverse>(kSin1_3) * (x1 - x2);
     y[1] = t + times_i(v);
     y[2] = t - times_i(v);
 }
 
 template <>
 struct Butterfly<3> {
-    template <bool Inverse, typename T>
-    [[gnu::always_inline]] static void apply(Complex<T> *x) {
+    template <bool Inverse, typename C>
+    [[gnu::always_inline]] static void apply(C *x) {
         dft3<Inverse>(x[0], x[1], x[2], x);
     }
 };
 
 template <>
 struct Butterfly<5> {
-    template <bool Inverse, typename T>
-    [[gnu::always_inline]] static void apply(Complex<T> *x) {
+    template <bool Inverse, typename C>
+    [[gnu::always_inline]] static void apply(C *x) {
         constexpr double s1 = directed<Inverse>(kSin1_5), s2 = directed<Inverse>(kSin2_5);
-        const Complex<T> x0 = x[0], a1 = x[1] + x[4], b1 = x[1] - x[4], a2 = x[2] + x[3], b2 = x[2] - x[3];
+        const C x0 = x[0], a1 = x[1] + x[4], b1 = x[1] - x[4], a2 = x[2] + x[3], b2 = x[2] - x[3];
         x[0] = x0 + (a1 + a2);
-        const Complex<T> p1 = x0 + kCos1_5 * a1 + kCos2_5 * a2, p2 = x0 + kCos2_5 * a1 + kCos1_5 * a2;
-        const Complex<T> q1 = s1 * b1 + s2 * b2, q2 = s2 * b1 - s1 * b2;
+        const C p1 = x0 + kCos1_5 * a1 + kCos2_5 * a2, p2 = x0 + kCos2_5 * a1 + kCos1_5 * a2;
+        const C q1 = s1 * b1 + s2 * b2, q2 = s2 * b1 - s1 * b2;
         x[1] = p1 + times_i(q1);
         x[4] = p1 - times_i(q1);
         x[2] = p2 + times_i(q2);
@@ -145,9 +146,9 @@ struct Butterfly<5> {
 // Two radix-3 butterflies without internal twiddles (prime-factor form).
 template <>
 struct Butterfly<6> {
-    template <bool Inverse, typename T>
-    [[gnu::always_inline]] static void apply(Complex<T> *x) {
-        Complex<T> a[3], b[3];
+    template <bool Inverse, typename C>
+    [[gnu::always_inline]] static void apply(C *x) {
+        C a[3], b[3];
         dft3<Inverse>(x[0], x[2], x[4], a);
         dft3<Inverse>(x[3], x[5], x[1], b);
         x[0] = a[0] + b[0];
@@ -161,20 +162,20 @@ struct Butterfly<6> {
 
 template <>
 struct Butterfly<9> {
-    template <bool Inverse, typename T>
-    [[gnu::always_inline]] static void apply(Complex<T> *x) {
+    template <bool Inverse, typename C>
+    [[gnu::always_inline]] static void apply(C *x) {
         constexpr double s3 = directed<Inverse>(kSin1_3), s1 = directed<Inverse>(kSin1_9),
                          s2 = directed<Inverse>(kSin2_9), s4 = directed<Inverse>(kSin4_9);
-        const Complex<T> t0 = x[0] - 0.5 * (x[3] + x[6]), v0 = s3 * (x[3] - x[6]);
-        const Complex<T> a1 = x[1] + x[8], b1 = x[1] - x[8], a2 = x[2] + x[7], b2 = x[2] - x[7];
-        const Complex<T> a4 = x[4] + x[5], b4 = x[4] - x[5];
-        const Complex<T> p1 = t0 + kCos1_9 * a1 + kCos2_9 * a2 + kCos4_9 * a4;
-        const Complex<T> q1 = s1 * b1 + s2 * b2 + v0 + s4 * b4;
-        const Complex<T> p2 = t0 + kCos2_9 * a1 + kCos4_9 * a2 + kCos1_9 * a4;
-        const Complex<T> q2 = s2 * b1 + s4 * b2 - v0 - s1 * b4;
-        const Complex<T> p4 = t0 + kCos4_9 * a1 + kCos1_9 * a2 + kCos2_9 * a4;
-        const Complex<T> q4 = s4 * b1 - s1 * b2 + v0 - s2 * b4;
-        Complex<T> g[3];
+        const C t0 = x[0] - 0.5 * (x[3] + x[6]), v0 = s3 * (x[3] - x[6]);
+        const C a1 = x[1] + x[8], b1 = x[1] - x[8], a2 = x[2] + x[7], b2 = x[2] - x[7];
+        const C a4 = x[4] + x[5], b4 = x[4] - x[5];
+        const C p1 = t0 + kCos1_9 * a1 + kCos2_9 * a2 + kCos4_9 * a4;
+        const C q1 = s1 * b1 + s2 * b2 + v0 + s4 * b4;
+        const C p2 = t0 + kCos2_9 * a1 + kCos4_9 * a2 + kCos1_9 * a4;
+        const C q2 = s2 * b1 + s4 * b2 - v0 - s1 * b4;
+        const C p4 = t0 + kCos4_9 * a1 + kCos1_9 * a2 + kCos2_9 * a4;
+        const C q4 = s4 * b1 - s1 * b2 + v0 - s2 * b4;
+        C g[3];
         dft3<Inverse>(x[0] + x[3] + x[6], x[1] + x[4] + x[7], x[2] + x[5] + x[8], g);
         x[0] = g[0];
         x[3] = g[1];
@@ -204,9 +205,9 @@ struct PrimeFactor {
         for (int k = 0; k < N; ++k) o.index[k % A][k % B] = k;
         return o;
     }();
-    template <bool Inverse, typename T>
-    [[gnu::always_inline]] static void apply(Complex<T> *x) {
-        Complex<T> rows[B][A], columns[A][B];
+    template <bool Inverse, typename C>
+    [[gnu::always_inline]] static void apply(C *x) {
+        C rows[B][A], columns[A][B];
         for (int b = 0; b < B; ++b) {
             for (int a = 0; a < A; ++a) rows[b][a] = x[(B * a + A * b) % N];
             Butterfly<A>::template apply<Inverse>(rows[b]);

@@ -5,6 +5,7 @@
 // block holds a single butterfly, across neighbouring blocks.
 #include <cstddef>
 #include <cstring>
+#include <type_traits>
 #include <utility>
 
 #include "fft/butterflies.h"
@@ -29,6 +30,7 @@ struct VecOf {
 template <int W>
 struct Lanes {
     using V = typename VecOf<W>::type;
+    using C = Complex<V>;
 
     // W consecutive complex values.
     static Complex<V> load(const double *p) { return load(p, std::make_index_sequence<W>{}); }
@@ -121,6 +123,47 @@ struct Lanes<1> {
     static Complex<double> from(const Complex<double> *values) { return values[0]; }
 };
 
+// One complex value in one vector of two doubles (real part first): the same operations as
+// Complex<double> lane by lane, for transforms too short to spread over lanes.
+typedef double Pair __attribute__((vector_size(16)));
+struct Packed {
+    Pair v;
+};
+inline Packed operator+(Packed a, Packed b) { return {a.v + b.v}; }
+inline Packed operator-(Packed a, Packed b) { return {a.v - b.v}; }
+inline Packed operator*(double s, Packed a) { return {(s - Pair{}) * a.v}; }
+inline Packed times_i(Packed a) { return {__builtin_shufflevector(a.v, -a.v, 3, 0)}; }
+template <bool Inverse>
+inline Packed rotate(Packed a) {
+    if constexpr (Inverse) return times_i(a);
+    else return {__builtin_shufflevector(a.v, -a.v, 1, 2)};
+}
+// fourier::turn's products and sums, in its order.
+template <bool Inverse>
+inline Packed turn(Packed x, Complex<double> w) {
+    const Pair a = x.v * (w.re - Pair{}), b = __builtin_shufflevector(x.v, x.v, 1, 0) * (w.im - Pair{});
+    if constexpr (Inverse) return {__builtin_shufflevector(a - b, a + b, 0, 3)};
+    else return {__builtin_shufflevector(a + b, a - b, 0, 3)};
+}
+
+struct PackedLanes {
+    using V = double;
+    using C = Packed;
+    static Packed load(const double *p) {
+        Packed x;
+        std::memcpy(&x.v, p, sizeof x.v);
+        return x;
+    }
+    static void store(double *p, Packed x) { std::memcpy(p, &x.v, sizeof x.v); }
+    static Packed gather(const double *p, size_t) { return load(p); }
+    static void scatter(double *p, size_t, Packed x) { store(p, x); }
+    static Complex<double> from(const Complex<double> *values) { return values[0]; }
+};
+
+// The butterflies' lanes: one complex value per vector when there is one lane.
+template <int W>
+using LanesFor = std::conditional_t<W == 1, PackedLanes, Lanes<W>>;
+
 // w(t) of the table: one entry per level, multiplied in level order; levels whose digit is 0
 // contribute nothing.
 inline Complex<double> root(const RootTable &table, uint32_t t) {
@@ -176,9 +219,9 @@ void block_twiddles(const PassShape &s, uint32_t rev, Complex<double> *tw) {
 // complex values apart. `tw` is null for the first pass.
 template <int R, bool Inverse, int W>
 void along_block(double *block, size_t i, size_t span, const Complex<double> *tw) {
-    using L = Lanes<W>;
+    using L = LanesFor<W>;
     for (; i + W <= span; i += W) {
-        Complex<typename L::V> x[R];
+        typename L::C x[R];
         for (int q = 0; q < R; ++q) x[q] = L::load(block + 2 * (q * span + i));
         if (tw)
             for (int q = 1; q < R; ++q) x[q] = turn<Inverse>(x[q], tw[q]);
@@ -219,8 +262,8 @@ struct SpanOneTwiddles {
 // W consecutive blocks of R values each, one block per lane: x[q] lane b is value q of block b.
 // Read row by row and transposed in registers when R is a multiple of W.
 template <int R, int W>
-void load_blocks(const double *first, Complex<typename Lanes<W>::V> *x) {
-    using L = Lanes<W>;
+void load_blocks(const double *first, typename LanesFor<W>::C *x) {
+    using L = LanesFor<W>;
     if constexpr (W > 1 && R % W == 0) {
         for (int c = 0; c < R; c += W) {
             typename L::V re[W], im[W];
@@ -239,8 +282,8 @@ void load_blocks(const double *first, Complex<typename Lanes<W>::V> *x) {
 }
 
 template <int R, int W>
-void store_blocks(double *first, const Complex<typename Lanes<W>::V> *x) {
-    using L = Lanes<W>;
+void store_blocks(double *first, const typename LanesFor<W>::C *x) {
+    using L = LanesFor<W>;
     if constexpr (W > 1 && R % W == 0) {
         for (int c = 0; c < R; c += W) {
             typename L::V re[W], im[W];
@@ -265,7 +308,7 @@ void across_blocks(const PassShape &s, double *data, uint32_t j, BlockDigits &di
     if constexpr (W > R && (R & (R - 1)) == 0) {  // no more lanes than values per block
         return across_blocks<R, Inverse, W / 2>(s, data, j, digits, twiddles);
     }
-    using L = Lanes<W>;
+    using L = LanesFor<W>;
     using V = typename L::V;
     // W blocks that share all digits but the last take one root per input.
     const bool shared = twiddles.table && twiddles.last_radix % W == 0;
@@ -289,7 +332,7 @@ void across_blocks(const PassShape &s, double *data, uint32_t j, BlockDigits &di
         }
         for (size_t g = 0; g < s.batch; ++g) {
             double *first = data + 2 * (g * s.n + size_t{j} * R);
-            Complex<V> x[R];
+            typename L::C x[R];
             load_blocks<R, W>(first, x);
             if (s.pass > 0)
                 for (int q = 1; q < R; ++q) x[q] = turn<Inverse>(x[q], tw[q]);
