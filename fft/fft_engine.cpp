@@ -3,9 +3,11 @@
 // digit-reversed results into natural order.
 //
 // Stack: the root table (one level of at most 1024 roots, or at most 4 levels of 256: 16 KiB),
-// a pass kernel's registers and lane tables (at most about 10 KiB, radix 15 and 16 at 512 bits)
-// or the reordering's buffer for lengths up to 1152 and digit counters (under 20 KiB): under
-// 40 KiB in all. No heap.
+// the pass schedule with its depth-first recursion (one frame per pass, at most 32: under
+// 4 KiB), and below it either a pass kernel's registers and lane tables (at most about 10 KiB,
+// radix 15 and 16 at 512 bits) or the reordering's buffer for lengths up to 1152 and digit
+// counters (under 20 KiB): under 40 KiB in all. No heap.
+#include <algorithm>
 #include <bit>
 #include <cstddef>
 
@@ -103,14 +105,63 @@ void fill_generic_roots(simd::Isa isa, uint32_t r, bool inverse, double *roots) 
     }
 }
 
+// The passes of one call and what they share. Once pass p has run, every block of its output
+// is independent of the others, so the later passes can run block by block while a block
+// stays in cache: a range too large for the cache gets its pass and then each sub-range of
+// blocks in turn, depth first; a range that fits gets all its remaining passes at once. The
+// kernels' arithmetic depends on the pass alone, so the order of the ranges changes no bit.
+struct Schedule {
+    simd::Isa isa;
+    decltype(HW_PICK(simd::Isa::baseline, fft_pass)) kernel;
+    uint32_t length, count;
+    const uint32_t *order;
+    uint32_t m[kMaxRadices], blocks[kMaxRadices];  // pass p: m[p] positions after it, blocks[p] before it
+    size_t stride, cache_values;                  // complex values that fit the cache
+    bool inverse;
+    const RootTable *table;
+    double *work, *roots;
+    uint32_t table_radix = 0;
+
+    void pass(uint32_t p, uint32_t first, uint32_t last, double *data, size_t batch) {
+        const uint32_t r = order[p];
+        if (needs_generic_butterfly(r) && table_radix != r) {
+            fill_generic_roots(isa, r, inverse, roots);
+            table_radix = r;
+        }
+        const PassShape shape{length, r, m[p], blocks[p], p, first, last, order, stride, batch, table, work, roots};
+        if (r > 1) kernel(shape, data, inverse);
+    }
+
+    // Passes p .. count − 1 on blocks first .. last − 1 of pass p (0 or multiples of the
+    // previous pass's radix) of `batch` sequences.
+    void run(uint32_t p, uint32_t first, uint32_t last, double *data, size_t batch) {
+        for (; p < count; ++p) {
+            pass(p, first, last, data, batch);
+            first *= order[p];
+            last *= order[p];
+            const size_t unit = size_t{m[p]} * order[p] * stride * batch;  // one block of pass p
+            if (p + 1 == count || (last - first) / order[p] * unit <= cache_values) continue;
+            // Whole blocks of pass p, as many as fit the cache, each through the later passes.
+            const uint32_t step = order[p] * static_cast<uint32_t>(std::max<size_t>(1, cache_values / unit));
+            for (uint32_t b = first; b < last; b += step) run(p + 1, b, std::min(last, b + step), data, batch);
+            return;
+        }
+    }
+};
+
 }  // namespace
 
 int32_t transform(simd::Isa isa, uint32_t length, uint32_t *radices, uint32_t radix_count, double *data,
-                  double *work, double *roots, bool inverse, bool out_of_place, uint32_t stride, uint32_t batch) {
+                  double *work, double *roots, bool inverse, bool out_of_place, uint32_t stride, uint32_t batch,
+                  size_t cache_bytes) {
     if (radix_count == 0 || length < 2) return HW_OK;
     if (radix_count > kMaxRadices) return HW_FFT_UNSUPPORTED_RADIX;  // no list of a 32-bit length
     for (uint32_t p = 0; p < radix_count; ++p)
         if (is_unsupported_radix(radices[p])) return HW_FFT_UNSUPPORTED_RADIX;
+
+    uint32_t last_generic = 0;
+    for (uint32_t p = 0; p < radix_count; ++p)
+        if (hw_fft_is_generic_radix(radices[p])) last_generic = radices[p];
 
     uint32_t mirrored[kMaxRadices], outer = 0;
     const uint32_t mirrored_count = mirrored_pass_order(length, mirrored, &outer);
@@ -120,30 +171,36 @@ int32_t transform(simd::Isa isa, uint32_t length, uint32_t *radices, uint32_t ra
     double root_storage[2 * kMaxRootLevels << kMaxRootLevelBits];
     RootTable root_table{};
     if (count > 1) fill_root_table(isa, length, root_storage, &root_table);
-    const auto pass = HW_PICK(isa, fft_pass);
-    uint32_t m = length, blocks = 1, table_radix = 0;
-    for (uint32_t p = 0; p < count; ++p) {
-        const uint32_t r = order[p];
-        m /= r;
-        if (needs_generic_butterfly(r) && table_radix != r) {
-            fill_generic_roots(isa, r, inverse, roots);
-            table_radix = r;
+    Schedule schedule{isa, HW_PICK(isa, fft_pass), length, count, order, {}, {}, stride,
+                      std::max<size_t>(1, cache_bytes / 16), inverse, &root_table, work, roots};
+    for (uint32_t p = 0, m = length, blocks = 1; p < count; blocks *= order[p++]) {
+        schedule.m[p] = m /= order[p];
+        schedule.blocks[p] = blocks;
+    }
+    // Sequences that fit the cache together go through every pass and the reordering as one
+    // chunk; a longer one alone, block by block.
+    const size_t sequence = size_t{length} * stride;
+    const size_t chunk = std::max<size_t>(1, schedule.cache_values / sequence);
+    uint32_t list[kMaxRadices];
+    for (size_t g = 0; g < batch; g += chunk) {
+        const size_t groups = std::min(chunk, batch - g);
+        double *at = data + 2 * g * sequence;
+        schedule.run(0, 0, 1, at, groups);
+        if (mirrored_count) {
+            swap_mirrored_digits(length, mirrored, outer, mirrored_count % 2 ? mirrored[outer] : 1, at, stride, groups);
+        } else if (out_of_place) {
+            ehw_Transpose(length, radices, radix_count, at, work, stride, static_cast<uint32_t>(groups));
+            schedule.table_radix = 0;  // the roots lie inside the temporary
+        } else {  // on a copy of the list: the caller's is rewritten once below
+            std::copy(radices, radices + radix_count, list);
+            reorder_in_place(length, list, radix_count, at, stride, static_cast<uint32_t>(groups));
         }
-        const PassShape shape{length, r, m, blocks, p, 0, blocks, order, stride, batch, &root_table, work, roots};
-        if (r > 1) pass(shape, data, inverse);
-        blocks *= r;
     }
-    if (!mirrored_count) {
-        if (out_of_place)
-            ehw_Transpose(length, radices, radix_count, data, work, stride, batch);
-        else
-            reorder_in_place(length, radices, radix_count, data, stride, batch);
-        return HW_OK;
-    }
-    // The caller sees the root table of the last generic pass of its own list.
-    const uint32_t last = radices[radix_count - 1];
-    if (needs_generic_butterfly(last) && last != table_radix) fill_generic_roots(isa, last, inverse, roots);
-    swap_mirrored_digits(length, mirrored, outer, mirrored_count % 2 ? mirrored[outer] : 1, data, stride, batch);
+    // The caller sees the root table of the last generic radix of its own list, also where a
+    // butterfly of its own ran that radix (out of place with no mirrored order the table lies
+    // inside the temporary, as the reordering left it).
+    if (last_generic != 0 && last_generic != schedule.table_radix && (mirrored_count || !out_of_place))
+        fill_generic_roots(isa, last_generic, inverse, roots);
     if (!out_of_place) merge_equal_neighbours(radices, radix_count);
     return HW_OK;
 }

@@ -6,7 +6,6 @@
 #include <cstring>
 
 #include "fft/pass.h"
-
 #include "hw.h"
 
 extern "C" void ehw_Transpose(uint32_t length, const uint32_t *radices, uint32_t radix_count,
@@ -50,13 +49,6 @@ struct DigitCounter {
         }
     }
 };
-
-void swap_values(double *a, double *b) {
-    double t[2];
-    std::memcpy(t, a, sizeof t);
-    std::memcpy(a, b, sizeof t);
-    std::memcpy(b, t, sizeof t);
-}
 
 void swap_runs(double *a, double *b, size_t values) {
     for (size_t i = 0; i < 2 * values; ++i) {
@@ -137,42 +129,39 @@ void swap_mirrored_digits(uint32_t length, const uint32_t *outer, uint32_t k, ui
                           size_t stride, size_t batch) {
     // Position a·(M·S) + mid·S + b holds the value of position ρ(b)·(M·S) + mid·S + ρ(a): a is
     // read with s_{k−1} as its last digit, b with s_0, and ρ keeps the digits and swaps the
-    // weights of the two readings.
+    // weights of the two readings. With h = s_0, a = hi·(S/h) + ra and b = rb·h + lo give
+    // ρ(a) = ρ'(ra)·h + hi and ρ(b) = lo·(S/h) + ρ''(rb), ρ' and ρ'' the same map over
+    // s_1 .. s_{k−1}: the h x h block (hi, lo) of the pair (ra, rb) and the block (lo, hi) of
+    // the pair (ρ''(rb), ρ'(ra)) trade places transposed. Blocks of h runs of h values keep
+    // both sides of a swap within a few cache lines.
     if (k == 0) return;
-    uint32_t side = 1;
-    for (uint32_t t = 0; t < k; ++t) side *= outer[t];
+    const uint32_t h = outer[0];
+    uint32_t rest = 1;
+    for (uint32_t t = 1; t < k; ++t) rest *= outer[t];
     DigitCounter left, right;
-    left.count = right.count = k;
-    for (uint32_t t = 0, w = 1; t < k; w *= outer[t++]) {
-        left.radix[k - 1 - t] = outer[t];  // left digit of radix s_t weighs s_0 ... s_{t−1} in ρ(a)
-        left.weight[k - 1 - t] = w;
-        right.radix[t] = outer[t];
+    left.count = right.count = k - 1;
+    for (uint32_t t = 0, w = 1; t + 1 < k; w *= outer[1 + t++]) {
+        left.radix[k - 2 - t] = outer[1 + t];  // a's digit of radix s_{t+1} weighs s_1 ... s_t in ρ'
+        left.weight[k - 2 - t] = w;
+        right.radix[t] = outer[1 + t];
         left.digit[t] = right.digit[t] = 0;
     }
-    for (uint32_t t = k, w = 1; t-- > 0; w *= outer[t]) right.weight[t] = w;  // s_{t+1} ... s_{k−1}
-    const size_t run = stride, row = size_t{middle} * side * run;
-    if (k == 1 && run == 1) {  // ρ is the identity: transpositions of side x side matrices
-        for (size_t g = 0; g < batch; ++g)
-            for (uint32_t mid = 0; mid < middle; ++mid) {
-                double *m = data + 2 * (g * length + size_t{mid} * side);
-                for (size_t a = 0; a < side; ++a)
-                    for (size_t b = a + 1; b < side; ++b) swap_values(m + 2 * (a * row + b), m + 2 * (b * row + a));
-            }
-        return;
-    }
+    for (uint32_t t = k - 1, w = 1; t-- > 0; w *= outer[1 + t]) right.weight[t] = w;  // s_{t+2} ... s_{k−1}
+    const size_t run = stride, side = size_t{h} * rest, row = middle * side * run, column = rest * row;
     for (size_t g = 0; g < batch; ++g) {
         double *seq = data + 2 * g * length * stride;
-        DigitCounter a = left;
-        for (uint32_t ia = 0; ia < side; ++ia, a.next()) {
-            DigitCounter b = right;
-            for (uint32_t ib = 0; ib < side; ++ib, b.next()) {
-                if (uint64_t{ia} * side + ib >= uint64_t{b.value} * side + a.value) continue;
-                double *x = seq + 2 * (ia * row + ib * run), *y = seq + 2 * (b.value * row + a.value * run);
-                if (run == 1)
-                    for (uint32_t mid = 0; mid < middle; ++mid) swap_values(x + 2 * mid * side, y + 2 * mid * side);
-                else
-                    for (uint32_t mid = 0; mid < middle; ++mid)
-                        swap_runs(x + 2 * mid * side * run, y + 2 * mid * side * run, run);
+        DigitCounter ra = left;  // ra.value = ρ'(ra)
+        for (uint32_t a = 0; a < rest; ++a, ra.next()) {
+            DigitCounter rb = right;
+            for (uint32_t b = 0; b < rest; ++b, rb.next()) {
+                const uint64_t self = uint64_t{a} * rest + b, partner = uint64_t{rb.value} * rest + ra.value;
+                if (self > partner) continue;
+                double *x = seq + 2 * (a * row + size_t{b} * h * run);
+                double *y = seq + 2 * (rb.value * row + size_t{ra.value} * h * run);
+                for (uint32_t mid = 0; mid < middle; ++mid, x += 2 * side * run, y += 2 * side * run)
+                    for (uint32_t hi = 0; hi < h; ++hi)
+                        for (uint32_t lo = self == partner ? hi + 1 : 0; lo < h; ++lo)
+                            swap_runs(x + 2 * (hi * column + lo * run), y + 2 * (lo * column + hi * run), run);
             }
         }
     }

@@ -26,8 +26,9 @@ struct FftRun {
 // The FFT engine on `x` on one instruction-set level, with working storage as the FFT entry
 // lays it out: max(2P, n when out of place) complex values, the roots after the first P (P the
 // last radix when it needs the generic butterfly, else 0), then guard values that must survive.
+// `cache` bytes as the engine's cache size: small values run the passes block by block.
 FftRun run_fft(hw::simd::Isa isa, std::vector<cplx> x, uint32_t n, uint32_t stride, uint32_t batch,
-                      bool inverse, bool storage) {
+                      bool inverse, bool storage, size_t cache = hw::fft::kCacheBytes) {
     uint32_t radices[32];
     const uint32_t count = ehw_RadixDec(n, radices), last = radices[count - 1];
     const uint32_t generic = hw::fft::needs_generic_butterfly(last) ? last : 0;
@@ -36,7 +37,7 @@ FftRun run_fft(hw::simd::Isa isa, std::vector<cplx> x, uint32_t n, uint32_t stri
     std::vector<cplx> work(used + 4, guard);
     double *const w = reinterpret_cast<double *>(work.data());
     EXPECT_EQ(hw::fft::transform(isa, n, radices, count, reinterpret_cast<double *>(x.data()), w, w + 2 * generic,
-                                 inverse, storage, stride, batch), 0);
+                                 inverse, storage, stride, batch, cache), 0);
     EXPECT_EQ(std::vector<cplx>(work.begin() + used, work.end()), std::vector<cplx>(4, guard)) << "storage overrun";
     return {x, {work.begin() + generic, work.begin() + 2 * generic}, {radices, radices + count}};
 }
@@ -53,7 +54,8 @@ TEST(FftEngine, MatchesOracleWithTheSameBitsEverywhere) {
         {16, 1, 1},  {13, 1, 1},  {12, 3, 2},   {18, 1, 1},  {24, 1, 1},  {27, 1, 1},  {32, 1, 1},  {36, 4, 3},
         {54, 2, 3},  {64, 1, 1},  {81, 5, 1},   {96, 1, 1},  {128, 1, 1}, {49, 1, 1},  {121, 1, 1}, {210, 1, 4},
         {256, 1, 1}, {539, 3, 1}, {997, 1, 1},  {1000, 2, 2}, {768, 1, 1}, {2048, 2, 2}, {338, 1, 1}, {360, 1, 1},
-        {1029, 1, 1}, {1225, 1, 1}, {4096, 1, 1}, {16, 3, 1}, {64, 2, 1}, {6000, 1, 1}, {68, 3, 2}, {289, 1, 1}, {1650, 2, 1}, {1031, 1, 1}};
+        {1029, 1, 1}, {1225, 1, 1}, {4096, 1, 1}, {16, 3, 1}, {64, 2, 1},  {6000, 1, 1}, {68, 3, 2}, {289, 1, 1},
+        {1650, 2, 1}, {1031, 1, 1}, {10, 1, 9},  {77, 2, 3}};
     for (const auto &c : cases)
         for (bool inverse : {false, true}) {
             SCOPED_TRACE(testing::Message() << "n " << c.n << " stride " << c.stride << " batch " << c.batch
@@ -69,15 +71,16 @@ TEST(FftEngine, MatchesOracleWithTheSameBitsEverywhere) {
             // In place, equal neighbouring radices are merged in the list; out of place it is only read.
             EXPECT_EQ(in_place.list != fresh, std::adjacent_find(fresh.begin(), fresh.end()) != fresh.end());
             for (Isa isa : runnable_levels())
-                for (bool storage : {false, true}) {
-                    const FftRun r = run_fft(isa, x, c.n, c.stride, c.batch, inverse, storage);
-                    EXPECT_TRUE(same_bits(r.data, in_place.data)) << hw::simd::isa_name(isa) << " storage " << storage;
-                    if (storage) {
-                        EXPECT_EQ(r.list, fresh);
-                    } else {  // out of place the roots lie inside the temporary
-                        EXPECT_TRUE(same_bits(r.roots, in_place.roots));
+                for (bool storage : {false, true})
+                    for (size_t cache : {hw::fft::kCacheBytes, size_t{512}}) {  // whole, then block by block
+                        const FftRun r = run_fft(isa, x, c.n, c.stride, c.batch, inverse, storage, cache);
+                        EXPECT_TRUE(same_bits(r.data, in_place.data))
+                            << hw::simd::isa_name(isa) << " storage " << storage << " cache " << cache;
+                        EXPECT_EQ(r.list, storage ? fresh : in_place.list);
+                        if (!storage) {  // out of place the roots lie inside the temporary
+                            EXPECT_TRUE(same_bits(r.roots, in_place.roots));
+                        }
                     }
-                }
             // The root table of the generic radix: exp(∓2πik/p), the library's roots for
             // k < p/2 and their mirror images above.
             const size_t p = in_place.roots.size();
@@ -87,6 +90,38 @@ TEST(FftEngine, MatchesOracleWithTheSameBitsEverywhere) {
                 EXPECT_EQ(in_place.roots[k], cplx(cosine, inverse ? sine : -sine)) << k;
                 if (k > 0) {
                     EXPECT_EQ(in_place.roots[p - k], std::conj(in_place.roots[k])) << k;
+                }
+            }
+        }
+}
+
+// Hand-made lists (any list whose product is n): composite odd radices, 15 in a caller's list,
+// the last generic radix not last. The root table is that of the list's last generic radix.
+TEST(FftEngine, HandMadeListsKeepTheRootTableOfTheirLastGenericRadix) {
+    const std::vector<std::vector<uint32_t>> lists = {{15, 4}, {7, 15}, {21, 2, 5}, {7, 7, 4}, {15, 2, 2}};
+    for (const auto &list : lists)
+        for (bool inverse : {false, true}) {
+            uint32_t n = 1, last = 0;
+            for (uint32_t r : list) n *= r, last = hw_fft_is_generic_radix(r) ? r : last;
+            SCOPED_TRACE(testing::Message() << "n " << n << " last generic " << last << " inverse " << inverse);
+            const std::vector<cplx> x = random_complex(n, n);
+            const size_t p = hw_fft_generic_radix(list.data(), static_cast<uint32_t>(list.size()));
+            std::vector<cplx> first;
+            for (Isa isa : runnable_levels()) {
+                std::vector<cplx> y = x, work(2 * p + 1, cplx(7, 7));
+                std::vector<uint32_t> radices = list;
+                double *w = reinterpret_cast<double *>(work.data());
+                ASSERT_EQ(hw::fft::transform(isa, n, radices.data(), static_cast<uint32_t>(radices.size()),
+                                             reinterpret_cast<double *>(y.data()), w, w + 2 * p, inverse, false, 1, 1),
+                          0);
+                EXPECT_LT(relative_error(y, transform_axis(x, {1, n, 1}, 1, inverse)), 1e-14);
+                if (first.empty()) first = y;
+                EXPECT_TRUE(same_bits(y, first)) << hw::simd::isa_name(isa);
+                EXPECT_EQ(work[2 * p], cplx(7, 7)) << "storage overrun";
+                for (uint32_t k = 0; k < last; ++k) {
+                    double cosine, sine;
+                    hw::trig::unit_root(std::min(k, last - k), last, &cosine, &sine);
+                    EXPECT_EQ(work[p + k], cplx(cosine, (2 * k < last) == inverse ? sine : -sine)) << k;
                 }
             }
         }
