@@ -49,14 +49,14 @@ void run_libhw(benchmark::State &state, const Shape &s) {
     const size_t total = total_of(s);
     const std::vector<double> input = input_for(total);
     refhost::Host host(refhost::ErrorMode::Exception);
-    refhost::RTableSpec spec;
-    for (const int32_t l : s.lengths) spec.bounds.emplace_back(1, l);
-    const HostValue data = host.rtable(spec);
+    refhost::RTableShape shape;
+    for (const int32_t l : s.lengths) shape.bounds.emplace_back(1, l);
+    const HostValue data = host.rtable(shape);
     // Working storage of the caller, so that no call creates a host rtable: twice the longest
     // length covers a generic radix's buffers and a whole length.
-    refhost::RTableSpec work_spec;
-    work_spec.bounds = {{1, 2 * *std::max_element(s.lengths.begin(), s.lengths.end())}};
-    const HostValue work = host.rtable(work_spec);
+    refhost::RTableShape work_shape;
+    work_shape.bounds = {{1, 2 * *std::max_element(s.lengths.begin(), s.lengths.end())}};
+    const HostValue work = host.rtable(work_shape);
     const HostValue dimension = host.integer(s.lengths.size() == 1 ? s.lengths[0] : 0);
     auto *values = static_cast<double *>(host.data(data));
     for (auto _ : state) {

@@ -17,10 +17,11 @@
 //   table rows, put in place by one permute;
 // - across outputs of a single sequence of any other length: lanes hold neighbouring k with
 //   powers per lane, roots gathered from the table and the sine's sign chosen per lane.
-// Helpers stay in this file (no inline functions of shared headers: see docs/simd.md).
+// Helpers stay in this file or in headers whose definitions have internal linkage (docs/simd.md).
 #include <cstdint>
 
 #include "dft/dft_kernels.h"
+#include "fft/complex.h"
 #include "simd/vec.h"
 
 #include <immintrin.h>
@@ -28,15 +29,13 @@
 namespace hw::HW_ISA_NS {
 namespace {
 
-struct DftComplex {
-    double re, im;
-};
+using fourier::Complex;
 
 // The transform's length and its half-circle roots.
 struct Circle {
     uint32_t n, h;
     bool even;
-    const DftComplex *roots;
+    const Complex<double> *roots;
 };
 
 uint32_t next_power(uint32_t m, uint32_t k, uint32_t n) { return m + k >= n ? m + k - n : m + k; }
@@ -48,7 +47,7 @@ bool no_sine(const Circle &c, uint32_t m) { return m == 0 || (c.even && m == c.h
 // Without branches: which half a power falls in follows no pattern a predictor could learn.
 void root_of_power(const Circle &c, uint32_t m, double *cosine, double *sine) {
     const uint32_t upper = -static_cast<uint32_t>(m >= c.h);
-    const DftComplex w = c.roots[m ^ ((m ^ (c.n - m)) & upper)];
+    const Complex<double> w = c.roots[m ^ ((m ^ (c.n - m)) & upper)];
     uint64_t bits;
     __builtin_memcpy(&bits, &w.im, sizeof bits);
     bits ^= static_cast<uint64_t>(upper & 1u) << 63;
@@ -327,11 +326,11 @@ void output_lanes(const double *x, double *X, size_t row, const Circle &c, uint3
     for (int b = 0; b < B; ++b) {
         for (int l = 0; l < kLanes; ++l) {
             const uint32_t k = k0 + b * kLanes + l;
-            DftComplex start = {x[0], x[1]};
+            Complex<double> start = {x[0], x[1]};
             if (c.even) {
                 const double *middle = x + c.h * row;
-                start = (k & 1) ? DftComplex{x[0] - middle[0], x[1] - middle[1]}
-                                : DftComplex{x[0] + middle[0], x[1] + middle[1]};
+                start = (k & 1) ? Complex<double>{x[0] - middle[0], x[1] - middle[1]}
+                                : Complex<double>{x[0] + middle[0], x[1] + middle[1]};
             }
             R[b][l] = start.re;
             I[b][l] = start.im;
@@ -776,7 +775,7 @@ __attribute__((noinline)) void single_sequences(const double *x, double *X, size
 }  // namespace
 
 void dft_group(uint32_t n, const double *x, double *X, uint32_t stride, const double *roots) {
-    const Circle c{n, (n + 1) / 2, n % 2 == 0, reinterpret_cast<const DftComplex *>(roots)};
+    const Circle c{n, (n + 1) / 2, n % 2 == 0, reinterpret_cast<const Complex<double> *>(roots)};
     const size_t row = size_t{2} * stride;
     constexpr uint32_t kComplex = kLanes / 2;  // sequences per vector
     constexpr int kVectors = 2, kPairs = kLanes == 8 ? 4 : 2;

@@ -32,7 +32,7 @@ void padded_length(refhost::Host &host, HostEntry composite, int start, int padd
 }
 
 void invert(refhost::Host &host, HostEntry inverse) {
-    refhost::RTableSpec shape;
+    refhost::RTableShape shape;
     shape.bounds = refhost::dims({3, 6});
     shape.data_type = HW_DATATYPE_DOUBLE;
     const double a[18] = {4, -2, 1, 1, 0, 0,  -2, 4, -2, 0, 1, 0,  1, -2, 4, 0, 0, 1};

@@ -30,7 +30,7 @@ bool report(const char *what, const refhost::CallResult &r) {
 
 void fourier_demo(refhost::Host &host, const refhost::Library &library) {
     const double values[12] = {1, 0, 2, 0, 3, 0, 0, 1, 0, 2, 0, 3};
-    refhost::RTableSpec shape;
+    refhost::RTableShape shape;
     shape.bounds = refhost::dims({2, 3});
     const HostValue zero = host.integer(0), one = host.integer(1), two = host.integer(2);
 

@@ -9,7 +9,7 @@
 namespace {
 
 HostValue vector_rtable(refhost::Host &host, const double *values, int32_t n) {
-    refhost::RTableSpec shape;
+    refhost::RTableShape shape;
     shape.bounds = refhost::dims({n});
     shape.data_type = HW_DATATYPE_DOUBLE;
     return host.rtable(shape, values);

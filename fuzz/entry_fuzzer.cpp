@@ -233,7 +233,7 @@ std::vector<HostValue> make(Host &h, int entry, const std::vector<Arg> &arg_list
         case Arg::Null: args.push_back(h.null()); break;
         case Arg::Same: args.push_back(size_t(a.value) < i ? args[size_t(a.value)] : h.null()); break;
         case Arg::Table: {
-            const refhost::RTableSpec s{a.bounds, a.data_type, a.storage, a.order, a.read_only,
+            const refhost::RTableShape s{a.bounds, a.data_type, a.storage, a.order, a.read_only,
                                         refused_for_size(entry, arg_list, i)};
             args.push_back(h.rtable(s));
             auto *bytes = static_cast<uint8_t *>(h.data(args.back()));

@@ -114,7 +114,7 @@ int op_arg_count(HostValue *args) {
 
 HostValue op_rtable_new(RTableInfo *settings, void *data, int32_t *bounds) {
     Host &h = host_for("host_rtable_new");
-    RTableSpec shape;
+    RTableShape shape;
     shape.data_type = settings->data_type;
     shape.storage_type = settings->storage_type;
     shape.order_type = settings->order_type;
@@ -278,7 +278,7 @@ HostValue Host::name(const std::string &text) {
 
 HostValue Host::null() { return null_; }
 
-HostValue Host::rtable(const RTableSpec &shape, const void *initial) {
+HostValue Host::rtable(const RTableShape &shape, const void *initial) {
     auto o = std::make_unique<Object>();
     o->kind = kRTable;
     o->info = default_settings();

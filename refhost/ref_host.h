@@ -35,7 +35,7 @@ struct HostError : std::runtime_error {
 // Orders: 1 row-major, 2 column-major.
 enum : int32_t { kInt32Type = 2, kSparseStorage = 1, kFortranOrder = 2 };
 
-struct RTableSpec {
+struct RTableShape {
     std::vector<std::pair<int32_t, int32_t>> bounds;  // (lower, upper) per dimension
     int32_t data_type = HW_DATATYPE_COMPLEX;
     int32_t storage_type = HW_STORAGE_RECT;
@@ -75,7 +75,7 @@ class Host {
     HostValue floating(double v);
     HostValue name(const std::string &text);
     HostValue null();
-    HostValue rtable(const RTableSpec &shape, const void *initial = nullptr);
+    HostValue rtable(const RTableShape &shape, const void *initial = nullptr);
 
     // ---- inspection
     bool is_rtable(HostValue v) const;

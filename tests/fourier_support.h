@@ -27,7 +27,7 @@ inline std::vector<cplx> random_complex(size_t count, unsigned seed) {
 // bounds), order and contents (as stored).
 inline HostValue complex_rtable(refhost::Host &h, const std::vector<int32_t> &dims, const std::vector<cplx> &values,
                                 int32_t order = HW_ORDER_C) {
-    refhost::RTableSpec shape{{}, HW_DATATYPE_COMPLEX, HW_STORAGE_RECT, order};
+    refhost::RTableShape shape{{}, HW_DATATYPE_COMPLEX, HW_STORAGE_RECT, order};
     for (int32_t l : dims) shape.bounds.emplace_back(0, l - 1);
     const HostValue rt = h.rtable(shape, values.data());
     EXPECT_EQ(h.element_count(rt), values.size());

@@ -63,7 +63,7 @@ inline std::vector<HostValue> make_args(refhost::Host &h, const std::vector<Arg>
         case Arg::Name: words.push_back(h.name("x")); break;
         case Arg::Same: words.push_back(words.at(size_t(a.value))); break;
         case Arg::Table: {
-            const refhost::RTableSpec shape{a.bounds, a.flags & kReal ? HW_DATATYPE_DOUBLE : HW_DATATYPE_COMPLEX,
+            const refhost::RTableShape shape{a.bounds, a.flags & kReal ? HW_DATATYPE_DOUBLE : HW_DATATYPE_COMPLEX,
                                             a.flags & kSparse ? int32_t{refhost::kSparseStorage} : HW_STORAGE_RECT,
                                             a.flags & kOtherOrder ? int32_t{refhost::kFortranOrder} : HW_ORDER_C,
                                             (a.flags & kReadOnly) != 0, (a.flags & kUnbacked) != 0};
