@@ -444,23 +444,31 @@ uint32_t primitive_root(uint32_t n) {
     }
 }
 
-// k·g mod n (k < n) without a division: with M = 2^64/n rounded up, the fraction M·a / 2^64
-// of a/n, times n, is a mod n for every a < 2^32.
-uint32_t times_generator(const PermutedRoots &t, uint32_t k, uint32_t n) {
-    return static_cast<uint32_t>((static_cast<unsigned __int128>(t.reciprocal * (k * t.generator)) * n) >> 64);
+// a·b mod n (a, b < n) without a division: with M = 2^64/n rounded up, the fraction M·x / 2^64
+// of x/n, times n, is x mod n for every x < 2^32.
+uint32_t times_mod(const PermutedRoots &t, uint32_t a, uint32_t b, uint32_t n) {
+    return static_cast<uint32_t>((static_cast<unsigned __int128>(t.reciprocal * (a * b)) * n) >> 64);
 }
+uint32_t times_generator(const PermutedRoots &t, uint32_t k, uint32_t n) { return times_mod(t, k, t.generator, n); }
 
 void build_permuted_roots(const Circle &c, PermutedRoots *t) {
     const uint32_t H = (c.n - 1) / 2, g = primitive_root(c.n);
     t->half = H;
     t->generator = g;
     t->reciprocal = UINT64_MAX / c.n + 1;
-    uint32_t power = 1;
-    for (uint32_t e = 0; e < c.n - 1; ++e) {
-        if (power < c.h) t->log[power] = static_cast<uint16_t>(e);
-        if (e < H) root_of_power(c, power, &t->cosine[e], &t->sine[e]);
-        power = times_generator(*t, power, c.n);
-    }
+    // Four walks g^e, g^(e+1), g^(e+2), g^(e+3), each stepping by g^4, so that the modular
+    // products do not wait on one another.
+    constexpr uint32_t kWalks = 4;
+    const uint32_t step = power_mod(g, kWalks, c.n);
+    uint32_t power[kWalks] = {1, g % c.n, 0, 0};
+    for (uint32_t w = 2; w < kWalks; ++w) power[w] = times_generator(*t, power[w - 1], c.n);
+    for (uint32_t e0 = 0; e0 < c.n - 1; e0 += kWalks)
+        for (uint32_t w = 0; w < kWalks && e0 + w < c.n - 1; ++w) {
+            const uint32_t e = e0 + w;
+            if (power[w] < c.h) t->log[power[w]] = static_cast<uint16_t>(e);
+            if (e < H) root_of_power(c, power[w], &t->cosine[e], &t->sine[e]);
+            power[w] = times_mod(*t, power[w], step, c.n);
+        }
     for (uint32_t i = H; i < H + kPermutedSpan; ++i) {
         t->cosine[i] = t->cosine[i % H];
         t->sine[i] = (i / H) % 2 ? -t->sine[i % H] : t->sine[i % H];
