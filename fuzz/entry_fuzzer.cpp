@@ -198,6 +198,18 @@ bool too_big(int entry, const std::vector<Arg> &args) {
             largest = std::max(largest, claimed(args[i].bounds));
     if (largest > kMaxBacked) return true;
     if (entry == 1) return largest * largest > (int64_t{1} << 26);  // the direct transform is quadratic
+    if (entry == 0 && args.size() > 1 && args[1].kind == Arg::Table) {
+        // The generic odd-radix butterfly is quadratic in its radix: about n · p per dimension,
+        // p the largest prime factor (the last radix of the decomposition).
+        const int64_t total = claimed(args[1].bounds);
+        for (const auto &[lo, hi] : args[1].bounds) {
+            const int64_t length = hi >= lo ? int64_t{hi} - lo + 1 : 0;
+            if (length < 2 || length > kMaxTotal) continue;
+            uint32_t radices[HW_MAX_RADICES];
+            const uint32_t count = ehw_RadixDec(static_cast<uint32_t>(length), radices);
+            if (count > 0 && total * radices[count - 1] > (int64_t{1} << 26)) return true;
+        }
+    }
     if (entry == 4) return largest > (1 << 12);
     if ((entry == 2 || entry == 3) && args.size() > 8) {
         const int64_t taps = args[6].kind == Arg::Table ? std::min<int64_t>(claimed(args[6].bounds), 1 << 20) : 0;
