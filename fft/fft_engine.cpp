@@ -124,7 +124,8 @@ struct Schedule {
 
     void pass(uint32_t p, uint32_t first, uint32_t last, double *data, size_t batch) {
         const uint32_t r = order[p];
-        if (needs_generic_butterfly(r) && table_radix != r) {
+        // The table the kernel reads; the caller's is settled at the end of the call.
+        if (needs_generic_butterfly(r) && !is_small_prime_radix(r) && table_radix != r) {
             fill_generic_roots(isa, r, inverse, roots);
             table_radix = r;
         }

@@ -13,6 +13,9 @@ inline bool is_symmetric_pair_radix(uint32_t r) { return r == 9 || r == 6 || r =
 // Radix 10, 12 and 15: two coprime butterflies in prime-factor form (the engine's own pass
 // orders only; a caller's list with 10 or 12 is refused).
 inline bool is_prime_factor_radix(uint32_t r) { return r == 10 || r == 12 || r == 15; }
+// Radix 7, 11, 13: butterflies of their own with constant roots (fft/odd_butterflies.h). They
+// still count as generic for the caller's root table, which the engine fills at the end.
+inline bool is_small_prime_radix(uint32_t r) { return r == 7 || r == 11 || r == 13; }
 inline bool needs_generic_butterfly(uint32_t r) {
     return r % 2 == 1 && !is_symmetric_pair_radix(r) && !is_prime_factor_radix(r) && r != 1;
 }
