@@ -207,7 +207,7 @@ bool too_big(int entry, const std::vector<Arg> &args) {
             if (length < 2 || length > kMaxTotal) continue;
             uint32_t radices[HW_MAX_RADICES];
             const uint32_t count = ehw_RadixDec(static_cast<uint32_t>(length), radices);
-            if (count > 0 && total * radices[count - 1] > (int64_t{1} << 26)) return true;
+            if (count > 0 && total > (int64_t{1} << 26) / radices[count - 1]) return true;
         }
     }
     if (entry == 4) return largest > (1 << 12);
