@@ -121,20 +121,21 @@ Vec splat(double s) {
 #endif
 }
 
-// (s, -s) from memory in every pair of lanes: the sine for the A sums in real lanes and
-// negated for the B sums in imaginary lanes, so that adding D·(s, -s) gives A + Re D·s and
-// B - Im D·s exactly.
+// D = P - Q with its imaginary lanes negated: adding D'·s to (A, B) gives A + Re D·s and
+// B + (-Im D)·s = B - Im D·s exactly, so both roots reach the products as plain broadcasts.
+typedef long long vbits2 __attribute__((vector_size(16)));
+typedef long long vbits4 __attribute__((vector_size(32)));
+typedef long long vbits8 __attribute__((vector_size(64)));
+
 template <class Vec>
-Vec splat_pair(const double *pair) {
-    if constexpr (sizeof(Vec) == 16) return load_as<Vec>(pair);
-#if HW_VEC_DOUBLES >= 4
-    else if constexpr (sizeof(Vec) == 32)
-        return reinterpret_cast<Vec>(_mm256_broadcast_pd(reinterpret_cast<const __m128d *>(pair)));
-#endif
-#if HW_VEC_DOUBLES == 8
+Vec conjugate_lanes(Vec d) {
+    constexpr long long kSign = static_cast<long long>(1ull << 63);
+    if constexpr (kDoubles<Vec> == 2)
+        return reinterpret_cast<Vec>(reinterpret_cast<vbits2>(d) ^ vbits2{0, kSign});
+    else if constexpr (kDoubles<Vec> == 4)
+        return reinterpret_cast<Vec>(reinterpret_cast<vbits4>(d) ^ vbits4{0, kSign, 0, kSign});
     else
-        return reinterpret_cast<Vec>(_mm512_mask_broadcast_f64x2(_mm512_setzero_pd(), 0xFF, _mm_loadu_pd(pair)));
-#endif
+        return reinterpret_cast<Vec>(reinterpret_cast<vbits8>(d) ^ vbits8{0, kSign, 0, kSign, 0, kSign, 0, kSign});
 }
 
 // The roots that outputs k0 .. k0+K-1 meet at the steps j0 .. j0 + kStepChunk - 1, worked
@@ -146,7 +147,7 @@ enum PowerKind : uint8_t { kRoot, kPowerZero, kPowerHalf };
 template <int K>
 struct StepRoots {
     double cosine[kStepChunk][K];
-    double sine[kStepChunk][K][2];  // (s, -s): see splat_pair
+    double sine[kStepChunk][K];
     PowerKind kind[kStepChunk][K];
     bool every_root[kStepChunk];
 };
@@ -161,13 +162,10 @@ void fill_step_roots(const Circle &c, uint32_t k0, uint32_t j0, uint32_t j1, uin
             if (no_sine(c, m[t])) {
                 r->kind[i][t] = m[t] == 0 ? kPowerZero : kPowerHalf;
                 r->every_root[i] = false;
-                r->cosine[i][t] = r->sine[i][t][0] = r->sine[i][t][1] = 0;
+                r->cosine[i][t] = r->sine[i][t] = 0;
             } else {
-                double s;
-                root_of_power(c, m[t], &r->cosine[i][t], &s);
+                root_of_power(c, m[t], &r->cosine[i][t], &r->sine[i][t]);
                 r->kind[i][t] = kRoot;
-                r->sine[i][t][0] = s;
-                r->sine[i][t][1] = -s;
             }
             m[t] = next_power(m[t], k0 + t, c.n);
         }
@@ -182,10 +180,10 @@ void sequence_steps(const double *x, double *X, size_t row, const Circle &c, uin
                     const StepRoots<K> &r) {
     constexpr int L = kDoubles<Vec>;
     Vec RI[K][V], AB[K][V];
-#pragma GCC unroll 4
+#pragma GCC unroll 8
     for (int t = 0; t < K; ++t) {
         const uint32_t k = k0 + t;
-#pragma GCC unroll 4
+#pragma GCC unroll 8
         for (int v = 0; v < V; ++v) {
             if (j0 > 1) {
                 RI[t][v] = load_as<Vec>(X + k * row + v * L);
@@ -205,20 +203,20 @@ void sequence_steps(const double *x, double *X, size_t row, const Circle &c, uin
         const uint32_t i = j - j0;
         const double *p = x + j * row, *q = x + (c.n - j) * row;
         if (r.every_root[i]) {
-#pragma GCC unroll 4
+#pragma GCC unroll 8
             for (int v = 0; v < V; ++v) {
                 const Vec P = load_as<Vec>(p + v * L), Q = load_as<Vec>(q + v * L);
-                const Vec S = P + Q, D = P - Q;
-#pragma GCC unroll 4
+                const Vec S = P + Q, D = conjugate_lanes(P - Q);
+#pragma GCC unroll 8
                 for (int t = 0; t < K; ++t) {
                     RI[t][v] += S * splat<Vec>(r.cosine[i][t]);
-                    AB[t][v] += D * splat_pair<Vec>(r.sine[i][t]);
+                    AB[t][v] += D * splat<Vec>(r.sine[i][t]);
                 }
             }
         } else {
             for (int v = 0; v < V; ++v) {
                 const Vec P = load_as<Vec>(p + v * L), Q = load_as<Vec>(q + v * L);
-                const Vec S = P + Q, D = P - Q;
+                const Vec S = P + Q, D = conjugate_lanes(P - Q);
                 for (int t = 0; t < K; ++t) {
                     if (r.kind[i][t] == kPowerZero) {
                         RI[t][v] += S;
@@ -226,17 +224,17 @@ void sequence_steps(const double *x, double *X, size_t row, const Circle &c, uin
                         RI[t][v] -= S;
                     } else {
                         RI[t][v] += S * splat<Vec>(r.cosine[i][t]);
-                        AB[t][v] += D * splat_pair<Vec>(r.sine[i][t]);
+                        AB[t][v] += D * splat<Vec>(r.sine[i][t]);
                     }
                 }
             }
         }
     }
     const bool last = j1 == c.h;
-#pragma GCC unroll 4
+#pragma GCC unroll 8
     for (int t = 0; t < K; ++t) {
         const uint32_t k = k0 + t;
-#pragma GCC unroll 4
+#pragma GCC unroll 8
         for (int v = 0; v < V; ++v) {
             if (!last) {
                 store_as(X + k * row + v * L, RI[t][v]);
@@ -248,6 +246,18 @@ void sequence_steps(const double *x, double *X, size_t row, const Circle &c, uin
             store_as(X + (c.n - k) * row + v * L, RI[t][v] - BA);
         }
     }
+}
+
+// For finite data the powers 0 and n/2 need no path of their own: the cosines 1 and -1 give
+// R + S and R - S exactly, and the sine ±0 adds a zero to A and B, which start at +0 and so
+// are never -0. A table of the whole circle (entry n/2 set to (-1, 0)) then gives every
+// step's roots by one load.
+constexpr uint32_t kLargestCircle = 1536;  // lengths up to here (the table lives on the stack)
+
+void build_full_circle(const Circle &c, Complex<double> *circle) {
+    for (uint32_t m = 0; m < c.h; ++m) circle[m] = c.roots[m];
+    for (uint32_t m = c.h; m < c.n; ++m) circle[m] = {c.roots[c.n - m].re, -c.roots[c.n - m].im};
+    if (c.even) circle[c.h] = {-1.0, 0.0};
 }
 
 // Steps j0 .. j1-1 of output pairs k0 .. k0+K-1 for `vectors` vectors of sequences, V at a time.
@@ -285,6 +295,120 @@ void sequences(const double *x, double *X, size_t row, const Circle &c, uint32_t
         for (; k + K <= c.h; k += K) chunk_outputs<Vec, V, K>(x, X, row, c, vectors, k, j0, j1);
         for (; k < c.h; ++k) chunk_outputs<Vec, V, 1>(x, X, row, c, vectors, k, j0, j1);
     }
+}
+
+// Whether the first `sequences` of every row of n are finite (x - x is 0 unless x is infinite or NaN).
+bool all_finite(const double *x, size_t row, uint32_t n, uint32_t sequences) {
+    bool finite = true;
+    for (uint32_t j = 0; j < n; ++j)
+        for (uint32_t i = 0; i < 2 * sequences; ++i) finite &= x[j * row + i] - x[j * row + i] == 0;
+    return finite;
+}
+
+// The whole circle's path, for one vector of sequences at a time: the pair sums S = p + q and
+// differences D' (conjugate_lanes) of a chunk of steps are packed side by side, so that they
+// stay in the first-level cache for every block of outputs, and each output carries its power
+// and reads its roots from the circle directly.
+constexpr uint32_t kCircleChunk = 128;
+
+struct CircleWork {
+    Complex<double> circle[kLargestCircle];
+    uint32_t power[kLargestCircle / 2];  // of output k at the chunk's first step, doubled
+};
+
+// Steps j0 .. j1-1 of output pairs k0 .. k0+K-1 of one vector of sequences. At step j output
+// k0 meets the power m = j·k0 mod n and output k0 + t the power m + t·j mod n, so one power
+// is carried from step to step and the others follow from it by adding j. Powers are kept
+// doubled (the index of the cosine in the table) and reduced by a sign test.
+template <class Vec, int K>
+void circle_steps(const double *x, double *X, size_t row, const Circle &c, CircleWork &w, const Vec *packed,
+                  uint32_t k0, uint32_t j0, uint32_t j1) {
+    Vec RI[K], AB[K];
+#pragma GCC unroll 8
+    for (int t = 0; t < K; ++t) {
+        const uint32_t k = k0 + t;
+        if (j0 > 1) {
+            RI[t] = load_as<Vec>(X + k * row);
+            AB[t] = load_as<Vec>(X + (c.n - k) * row);
+            continue;
+        }
+        Vec start = load_as<Vec>(x);
+        if (c.even) {
+            const Vec middle = load_as<Vec>(x + c.h * row);
+            start = (k & 1) ? start - middle : start + middle;
+        }
+        RI[t] = start;
+        AB[t] = Vec{};
+    }
+    const double *table = &w.circle[0].re;
+    const int32_t n2 = static_cast<int32_t>(2 * c.n), output_step = static_cast<int32_t>(2 * k0) - n2;
+    int32_t power = static_cast<int32_t>(w.power[k0]), input_step = static_cast<int32_t>(2 * j0) - n2;
+    for (uint32_t i = 0; i < j1 - j0; ++i, input_step += 2) {
+        const Vec S = packed[2 * i], D = packed[2 * i + 1];
+        int32_t m = power;
+#pragma GCC unroll 8
+        for (int t = 0; t < K; ++t) {
+            RI[t] += S * splat<Vec>(table[m]);
+            AB[t] += D * splat<Vec>(table[m + 1]);
+            if (t + 1 < K) {
+                m += input_step;
+                m = m < 0 ? m + n2 : m;
+            }
+        }
+        power += output_step;
+        power = power < 0 ? power + n2 : power;
+    }
+    w.power[k0] = static_cast<uint32_t>(power);
+    const bool last = j1 == c.h;
+#pragma GCC unroll 8
+    for (int t = 0; t < K; ++t) {
+        const uint32_t k = k0 + t;
+        if (!last) {
+            store_as(X + k * row, RI[t]);
+            store_as(X + (c.n - k) * row, AB[t]);
+            continue;
+        }
+        const Vec BA = swap_re_im(AB[t]);
+        store_as(X + k * row, RI[t] + BA);
+        store_as(X + (c.n - k) * row, RI[t] - BA);
+    }
+}
+
+template <class Vec, int K>
+void circle_sequences(const double *x, double *X, size_t row, const Circle &c, CircleWork &w, uint32_t vectors) {
+    constexpr int L = kDoubles<Vec>;
+    Vec packed[2 * kCircleChunk];
+    for (uint32_t v = 0; v < vectors; ++v) {
+        const double *xv = x + v * L;
+        double *Xv = X + v * L;
+        plain_sums<Vec, 1>(xv, Xv, row, c);
+        for (uint32_t k = 1; k < c.h; ++k) w.power[k] = 2 * k;
+        for (uint32_t j0 = 1; j0 < c.h; j0 += kCircleChunk) {
+            const uint32_t j1 = c.h - j0 > kCircleChunk ? j0 + kCircleChunk : c.h;
+            for (uint32_t j = j0; j < j1; ++j) {
+                const Vec P = load_as<Vec>(xv + j * row), Q = load_as<Vec>(xv + (c.n - j) * row);
+                packed[2 * (j - j0)] = P + Q;
+                packed[2 * (j - j0) + 1] = conjugate_lanes(P - Q);
+            }
+            uint32_t k = 1;
+            for (; k + K <= c.h; k += K) circle_steps<Vec, K>(xv, Xv, row, c, w, packed, k, j0, j1);
+            for (; k < c.h; ++k) circle_steps<Vec, 1>(xv, Xv, row, c, w, packed, k, j0, j1);
+        }
+    }
+}
+
+// Every output of `vectors` vectors of sequences: the whole circle's path for finite data of
+// lengths up to kLargestCircle, else the step roots' path. Not inlined: only this path needs
+// the circle's room on the stack.
+template <class Vec, int V, int K>
+__attribute__((noinline)) void sequences_of_group(const double *x, double *X, size_t row, const Circle &c,
+                                                  uint32_t vectors) {
+    if (c.n <= kLargestCircle && all_finite(x, row, c.n, vectors * kDoubles<Vec> / 2)) {
+        CircleWork w;
+        build_full_circle(c, w.circle);
+        return circle_sequences<Vec, K>(x, X, row, c, w, vectors);
+    }
+    sequences<Vec, V, K>(x, X, row, c, vectors);
 }
 
 // ---- across outputs of one sequence: lanes of neighbouring k
@@ -345,7 +469,7 @@ void output_lanes(const double *x, double *X, size_t row, const Circle &c, uint3
         const double *p = x + j * row, *q = x + (c.n - j) * row;
         const vdouble sum_re = splat<vdouble>(p[0] + q[0]), sum_im = splat<vdouble>(p[1] + q[1]);
         const vdouble diff_re = splat<vdouble>(p[0] - q[0]), diff_im = splat<vdouble>(p[1] - q[1]);
-#pragma GCC unroll 4
+#pragma GCC unroll 8
         for (int b = 0; b < B; ++b) {
             const vindex m = power[b];
             const vindex upper = m >= h2;
@@ -786,9 +910,9 @@ void dft_group(uint32_t n, const double *x, double *X, uint32_t stride, const do
     const Circle c{n, (n + 1) / 2, n % 2 == 0, reinterpret_cast<const Complex<double> *>(roots)};
     const size_t row = size_t{2} * stride;
     constexpr uint32_t kComplex = kLanes / 2;  // sequences per vector
-    constexpr int kVectors = 2, kPairs = kLanes == 8 ? 4 : 2;
+    constexpr int kVectors = kLanes == 8 ? 1 : 2, kPairs = kLanes == 8 ? 8 : 2;
     const uint32_t vectors = stride / kComplex;  // of sequences side by side
-    if (vectors > 0) sequences<vdouble, kVectors, kPairs>(x, X, row, c, vectors);
+    if (vectors > 0) sequences_of_group<vdouble, kVectors, kPairs>(x, X, row, c, vectors);
     const uint32_t s = vectors * kComplex;
     if (s < stride) single_sequences(x, X, row, c, s, stride);
 }
