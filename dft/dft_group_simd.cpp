@@ -447,18 +447,19 @@ template <int B, bool MeetsNoSine>
 void output_lanes(const double *x, double *X, size_t row, const Circle &c, uint32_t k0) {
     vdouble R[B], I[B], A[B], Bsum[B];
     vindex power[B], step[B];
+    vindex lane{};
+    for (int l = 0; l < kLanes; ++l) lane[l] = l;
+    const vdouble re = splat<vdouble>(x[0]), im = splat<vdouble>(x[1]);
     for (int b = 0; b < B; ++b) {
-        for (int l = 0; l < kLanes; ++l) {
-            const uint32_t k = k0 + b * kLanes + l;
-            Complex<double> start = {x[0], x[1]};
-            if (c.even) {
-                const double *middle = x + c.h * row;
-                start = (k & 1) ? Complex<double>{x[0] - middle[0], x[1] - middle[1]}
-                                : Complex<double>{x[0] + middle[0], x[1] + middle[1]};
-            }
-            R[b][l] = start.re;
-            I[b][l] = start.im;
-            power[b][l] = step[b][l] = static_cast<int32_t>(2 * k);
+        const vindex k = static_cast<int32_t>(k0 + b * kLanes) + lane;
+        power[b] = step[b] = k + k;
+        R[b] = re;
+        I[b] = im;
+        if (c.even) {  // x[0] - x[n/2] for odd k, x[0] + x[n/2] for even k
+            const vindex odd = (k & 1) != 0;
+            const vdouble middle_re = splat<vdouble>(x[c.h * row]), middle_im = splat<vdouble>(x[c.h * row + 1]);
+            R[b] = select(odd, re - middle_re, re + middle_re);
+            I[b] = select(odd, im - middle_im, im + middle_im);
         }
         A[b] = Bsum[b] = vdouble{};
     }
@@ -586,12 +587,16 @@ void build_permuted_roots(const Circle &c, PermutedRoots *t) {
     const uint32_t step = power_mod(g, kWalks, c.n);
     uint32_t power[kWalks] = {1, g % c.n, 0, 0};
     for (uint32_t w = 2; w < kWalks; ++w) power[w] = times_generator(*t, power[w - 1], c.n);
-    for (uint32_t e0 = 0; e0 < c.n - 1; e0 += kWalks)
-        for (uint32_t w = 0; w < kWalks && e0 + w < c.n - 1; ++w) {
-            const uint32_t e = e0 + w;
-            if (power[w] < c.h) t->log[power[w]] = static_cast<uint16_t>(e);
-            if (e < H) root_of_power(c, power[w], &t->cosine[e], &t->sine[e]);
-            power[w] = times_mod(*t, power[w], step, c.n);
+    // Only the first half of the exponents: g^(e+H) = n - g^e names the other member of the pair.
+    for (uint32_t e0 = 0; e0 < H; e0 += kWalks)
+        for (uint32_t w = 0; w < kWalks && e0 + w < H; ++w) {
+            const uint32_t e = e0 + w, p = power[w];
+            if (p < c.h)
+                t->log[p] = static_cast<uint16_t>(e);
+            else
+                t->log[c.n - p] = static_cast<uint16_t>(e + H);
+            root_of_power(c, p, &t->cosine[e], &t->sine[e]);
+            power[w] = times_mod(*t, p, step, c.n);
         }
     for (uint32_t i = H; i < H + kPermutedSpan; ++i) {
         t->cosine[i] = t->cosine[i % H];
