@@ -256,8 +256,8 @@ constexpr uint32_t kLargestCircle = 1536;  // lengths up to here (the table live
 
 void build_full_circle(const Circle &c, Complex<double> *circle) {
     for (uint32_t m = 0; m < c.h; ++m) circle[m] = c.roots[m];
-    for (uint32_t m = c.h; m < c.n; ++m) circle[m] = {c.roots[c.n - m].re, -c.roots[c.n - m].im};
-    if (c.even) circle[c.h] = {-1.0, 0.0};
+    if (c.even) circle[c.h] = {-1.0, 0.0};  // the table ends below n/2
+    for (uint32_t m = c.n - c.h + 1; m < c.n; ++m) circle[m] = {c.roots[c.n - m].re, -c.roots[c.n - m].im};
 }
 
 // Steps j0 .. j1-1 of output pairs k0 .. k0+K-1 for `vectors` vectors of sequences, V at a time.
@@ -533,13 +533,22 @@ void output_block(const double *x, double *X, size_t row, const Circle &c, uint3
 constexpr uint32_t kLargestPermuted = 4099;  // primes up to here (the table lives on the stack)
 constexpr int kPermutedBlocks = kLanes == 8 ? 6 : 3;
 constexpr uint32_t kPermutedSpan = kPermutedBlocks * kLanes;
+// Exponents read past H: one pass of kPermutedBlocks + 1 vectors covers a length whose H
+// exceeds the span by less than a vector (101 on 512-bit vectors) without a second pass.
+constexpr uint32_t kTableSpan = kPermutedSpan + kLanes;
+
+// Powers of g are walked kWalks at a time, each walk stepping by g^kWalks, so that the modular
+// products do not wait on one another.
+constexpr uint32_t kWalks = 4;
 
 struct PermutedRoots {
     uint32_t half, generator;  // H = (n-1)/2 and g
     uint64_t reciprocal;       // 2^64 / n rounded up
+    uint32_t walk[kWalks];     // g^0 .. g^(kWalks-1)
+    uint32_t walk_step;        // g^kWalks
     uint16_t log[(kLargestPermuted + 1) / 2];  // j = g^log[j] for 0 < j < h
     // Cosine and sine of power g^e for e < H, continued past H by g^(e+H) = -g^e.
-    double cosine[(kLargestPermuted - 1) / 2 + kPermutedSpan], sine[(kLargestPermuted - 1) / 2 + kPermutedSpan];
+    double cosine[(kLargestPermuted - 1) / 2 + kTableSpan], sine[(kLargestPermuted - 1) / 2 + kTableSpan];
 };
 
 bool is_odd_prime(uint32_t n) {
@@ -581,12 +590,11 @@ void build_permuted_roots(const Circle &c, PermutedRoots *t) {
     t->half = H;
     t->generator = g;
     t->reciprocal = UINT64_MAX / c.n + 1;
-    // Four walks g^e, g^(e+1), g^(e+2), g^(e+3), each stepping by g^4, so that the modular
-    // products do not wait on one another.
-    constexpr uint32_t kWalks = 4;
     const uint32_t step = power_mod(g, kWalks, c.n);
     uint32_t power[kWalks] = {1, g % c.n, 0, 0};
     for (uint32_t w = 2; w < kWalks; ++w) power[w] = times_generator(*t, power[w - 1], c.n);
+    for (uint32_t w = 0; w < kWalks; ++w) t->walk[w] = power[w];
+    t->walk_step = step;
     // Only the first half of the exponents: g^(e+H) = n - g^e names the other member of the pair.
     for (uint32_t e0 = 0; e0 < H; e0 += kWalks)
         for (uint32_t w = 0; w < kWalks && e0 + w < H; ++w) {
@@ -598,7 +606,7 @@ void build_permuted_roots(const Circle &c, PermutedRoots *t) {
             root_of_power(c, p, &t->cosine[e], &t->sine[e]);
             power[w] = times_mod(*t, p, step, c.n);
         }
-    for (uint32_t i = H; i < H + kPermutedSpan; ++i) {
+    for (uint32_t i = H; i < H + kTableSpan; ++i) {
         t->cosine[i] = t->cosine[i % H];
         t->sine[i] = (i / H) % 2 ? -t->sine[i % H] : t->sine[i % H];
     }
@@ -618,12 +626,15 @@ void permuted_lanes(const double *x, double *X, size_t row, const Circle &c, con
     vdouble R[B], I[B], A[B], Bsum[B];
     uint32_t pair[B][kLanes];
     vint64 conjugate[B] = {};  // all ones in the lanes past the half circle
-    uint32_t k = power_mod(t.generator, e0, c.n);
+    const uint32_t first = power_mod(t.generator, e0, c.n);
+    uint32_t walk[kWalks];  // g^(e0 + i) for lanes i ≡ w mod kWalks
+    for (uint32_t w = 0; w < kWalks; ++w) walk[w] = times_mod(t, first, t.walk[w], c.n);
     for (int b = 0; b < B; ++b) {
         for (int l = 0; l < kLanes; ++l) {
+            uint32_t &k = walk[l % kWalks];
             pair[b][l] = k < c.h ? k : c.n - k;
             conjugate[b][l] = k < c.h ? 0 : -1;
-            k = times_generator(t, k, c.n);
+            k = times_mod(t, k, t.walk_step, c.n);
         }
         R[b] = splat<vdouble>(x[0]);
         I[b] = splat<vdouble>(x[1]);
@@ -678,6 +689,8 @@ void last_blocks(const double *x, double *X, size_t row, const Circle &c, const 
 
 void permuted_outputs(const double *x, double *X, size_t row, const Circle &c, const PermutedRoots &t) {
     uint32_t e = 0;
+    if (kLanes == 8 && t.half > kPermutedSpan && t.half <= kTableSpan)
+        return permuted_lanes<kPermutedBlocks + 1>(x, X, row, c, t, 0);
     for (; e + kPermutedSpan <= t.half; e += kPermutedSpan) permuted_lanes<kPermutedBlocks>(x, X, row, c, t, e);
     if (e == t.half) return;
     if (e > 0) return last_blocks<kPermutedBlocks>(x, X, row, c, t, (t.half - e + kLanes - 1) / kLanes);
