@@ -185,7 +185,8 @@ struct Case {
 Case random_case(std::mt19937 &rng) {
     Case c;
     Transform &w = c.w;
-    w.n = pick(rng, 1, pick(rng, 0, 3) == 0 ? 200 : 80);  // long enough for every kernel on every level
+    // Long enough for every kernel on every level, now and then for several staged stretches.
+    w.n = pick(rng, 1, pick(rng, 0, 15) == 0 ? 1200 : pick(rng, 0, 3) == 0 ? 200 : 80);
     w.taps = pick(rng, 1, std::min<ptrdiff_t>(w.n, 21));
     w.count = pick(rng, 1, 40);
     w.end_flag = int32_t(pick(rng, 0, 3));
@@ -249,7 +250,7 @@ TEST(DwtEngine, LongSignalsMatchTheReferenceAtEveryLevel) {
     const ptrdiff_t n = (1 << 19) + 70, room = n + 58;  // room: a multiple of 8 doubles
     const ptrdiff_t shifts[][3] = {{0, 0, 0}, {1, 2, 2}, {2, 1, 4}};  // doubles before each set
     for (const auto &shift : shifts)
-        for (const ptrdiff_t taps : {4, 7}) {
+        for (const ptrdiff_t taps : {4, 7, 20}) {
             Case c{};
             c.w.n = n, c.w.count = 1, c.w.taps = taps, c.w.end_flag = 2;
             c.w.x = c.w.c = c.w.d = {1, n, 0};

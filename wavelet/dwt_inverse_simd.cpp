@@ -81,11 +81,11 @@ void pairs_along(double *x, const double *c, const double *d, const double *h, c
     }
 }
 
-// Samples, first and second coefficients all with skip 1. With `streamed` (large outputs) the
+// Masks longer than the staged kernels take: samples, first and second coefficients all with skip 1. With `streamed` (large outputs) the
 // vectors go past the caches from the first pair whose samples start a vector on; no line is
 // written both ways, since a streamed line written again is read back from memory. Otherwise
 // the last whole vectors of pairs are computed partly again, coming out the same.
-void synthesis_along(const Transform &w, bool streamed) {
+void synthesis_unstaged(const Transform &w, bool streamed) {
     const ptrdiff_t first_pair = (w.taps - 1) / 2, pairs = w.n / 2;
     constexpr ptrdiff_t step = kBlocks * kLanes;
     streamed = streamed && first_pair + 2 * step <= pairs;
@@ -109,6 +109,129 @@ void synthesis_along(const Transform &w, bool streamed) {
         for (ptrdiff_t i = 2 * m; i < w.n; ++i) x[i] = sample_from_terms(w, t, i);
     }
     if (streamed) stream_end();
+}
+
+// ---- along one signal from coefficients staged in aligned buffers
+
+constexpr ptrdiff_t kStagedTaps = 20;   // masks up to this length get a kernel of their own
+constexpr ptrdiff_t kHalo = 16;         // coefficients staged before the first pair: taps / 2 - 1 <= kHalo
+constexpr ptrdiff_t kStagedPairs = 256; // pairs per staged stretch
+
+// Lane l of the window that starts R lanes before vector hi, whose predecessor is lo.
+template <int R>
+constexpr int shifted_by(int l) { return l + kLanes - R; }
+
+// The window of kLanes coefficients starting P before vector a[0] (a[-1], a[-2] before it):
+// one shuffle of two aligned vectors instead of a load across cache lines.
+template <int P>
+inline vdouble window(const vdouble *a) {
+    constexpr int q = P / kLanes, r = P % kLanes;
+    if constexpr (r == 0) return a[-q];
+    else return from_pair<shifted_by<r>>(a[-q - 1], a[-q]);
+}
+
+// Samples 2m .. 2m + 2 pairs - 1 (pairs a multiple of Blocks * kLanes) from coefficients staged
+// at c and d (coefficient m at c[0], vector_aligned, taps / 2 - 1 before it): as pairs_along,
+// each coefficient window shifted into place from aligned vectors and shared by the even
+// sample's tap 2p and the odd sample's tap 2p + 1. Streamed: x is vector_aligned.
+template <int Taps, int Blocks>
+void pairs_staged(double *x, const double *c, const double *d, const double *h, const double *g, ptrdiff_t pairs,
+                  bool streamed) {
+    constexpr int kPairs = (Taps + 1) / 2, kBefore = (kPairs - 1 + kLanes - 1) / kLanes;
+    vdouble hv[Taps], gv[Taps];  // held apart from the samples, which the compiler must assume h and g may be
+#pragma GCC unroll 32
+    for (int j = 0; j < Taps; ++j) hv[j] = broadcast(h[j]), gv[j] = broadcast(g[j]);
+    for (ptrdiff_t m = 0; m < pairs; m += Blocks * kLanes) {
+        vdouble cv[kBefore + Blocks], dv[kBefore + Blocks], even[Blocks], odd[Blocks];
+#pragma GCC unroll 16
+        for (int v = 0; v < kBefore + Blocks; ++v)
+            cv[v] = load(c + m + (v - kBefore) * kLanes), dv[v] = load(d + m + (v - kBefore) * kLanes);
+#pragma GCC unroll 16
+        for (int u = 0; u < Blocks; ++u) even[u] = odd[u] = vdouble{};
+        // Pair p from the last down: the even taps, and the odd ones, each from the largest.
+        [&]<size_t... I>(std::index_sequence<I...>) {
+            ([&] {
+                constexpr int p = kPairs - 1 - int(I);
+                const vdouble he = hv[2 * p], ge = gv[2 * p];
+#pragma GCC unroll 16
+                for (int u = 0; u < Blocks; ++u) {
+                    const vdouble cw = window<p>(cv + kBefore + u), dw = window<p>(dv + kBefore + u);
+                    even[u] = (he * cw + ge * dw) + even[u];
+                    if constexpr (2 * p + 1 < Taps) {
+                        const vdouble ho = hv[2 * p + 1], go = gv[2 * p + 1];
+                        odd[u] = (ho * cw + go * dw) + odd[u];
+                    }
+                }
+            }(), ...);
+        }(std::make_index_sequence<kPairs>{});
+#pragma GCC unroll 16
+        for (int u = 0; u < Blocks; ++u) {
+            const vdouble low = from_pair<low_interleaved>(even[u], odd[u]);
+            const vdouble high = from_pair<high_interleaved>(even[u], odd[u]);
+            double *out = x + 2 * (m + u * kLanes);
+            if (streamed) {
+                stream(out, low);
+                stream(out + kLanes, high);
+            } else {
+                store(out, low);
+                store(out + kLanes, high);
+            }
+        }
+    }
+}
+
+// Coefficients m - taps / 2 + 1 .. m + pairs - 1 of `from` to `to` (coefficient m at to[0]).
+inline void stage(double *to, const double *from, ptrdiff_t m, ptrdiff_t pairs, ptrdiff_t taps) {
+    for (ptrdiff_t i = -(taps + 1) / 2 + 1; i < 0; ++i) to[i] = from[m + i];
+    for (ptrdiff_t i = 0; i < pairs; i += kLanes) store(to + i, load(from + m + i));
+}
+
+typedef void StagedKernel(double *, const double *, const double *, const double *, const double *, ptrdiff_t, bool);
+
+// Vectors of pairs in flight by mask length: enough chains to cover the latency of the sums,
+// few enough that masks and windows stay in registers.
+constexpr int staged_blocks(ptrdiff_t taps) { return taps <= 4 ? 4 : taps <= 12 ? 2 : 1; }
+
+template <size_t... T>
+constexpr StagedKernel *staged_kernel(ptrdiff_t taps, std::index_sequence<T...>) {
+    StagedKernel *kernels[] = {&pairs_staged<int(T) + 1, staged_blocks(T + 1)>...};
+    return kernels[taps - 1];
+}
+
+// Samples, first and second coefficients all with skip 1. The pairs whose terms do not wrap
+// run vectors at a time from the first pair whose samples start a cache line on (x allowing),
+// their coefficients copied a stretch at a time into aligned buffers; with `streamed` (large
+// outputs) they go past the caches, so no line is written both ways. The rest one by one.
+void synthesis_along(const Transform &w, bool streamed) {
+    const ptrdiff_t first_pair = (w.taps - 1) / 2, pairs = w.n / 2;
+    if (w.taps > kStagedTaps) return synthesis_unstaged(w, streamed);
+    StagedKernel *const kernel = staged_kernel(w.taps, std::make_index_sequence<kStagedTaps>{});
+    const ptrdiff_t block = staged_blocks(w.taps) * kLanes;
+    alignas(64) double cs[kHalo + kStagedPairs], ds[kHalo + kStagedPairs];
+    for (ptrdiff_t i = 0; i < kHalo; ++i) cs[i] = ds[i] = 0.0;  // lanes shifted out of every window
+    bool any_streamed = false;
+    for (ptrdiff_t t = 0; t < w.count; ++t) {
+        double *x = w.samples + at(w.x, t, 0);
+        const double *c = w.first + at(w.c, t, 0), *d = w.second + at(w.d, t, 0);
+        ptrdiff_t m = first_pair;
+        if (reinterpret_cast<uintptr_t>(x) % (2 * sizeof(double)) == 0)
+            for (; m < pairs && reinterpret_cast<uintptr_t>(x + 2 * m) % 64 != 0; ++m)
+                x[2 * m] = sample_from_terms(w, t, 2 * m), x[2 * m + 1] = sample_from_terms(w, t, 2 * m + 1);
+        const bool stream_signal = streamed && reinterpret_cast<uintptr_t>(x + 2 * m) % 64 == 0;
+        any_streamed = any_streamed || stream_signal;
+        while (pairs - m >= block) {
+            const ptrdiff_t stretch = pairs - m < kStagedPairs ? (pairs - m) / block * block : kStagedPairs;
+            stage(cs + kHalo, c, m, stretch, w.taps);
+            stage(ds + kHalo, d, m, stretch, w.taps);
+            kernel(x + 2 * m, cs + kHalo, ds + kHalo, w.h, w.g, stretch, stream_signal);
+            m += stretch;
+        }
+        for (; m < pairs; ++m)
+            x[2 * m] = sample_from_terms(w, t, 2 * m), x[2 * m + 1] = sample_from_terms(w, t, 2 * m + 1);
+        for (ptrdiff_t i = 0; i < 2 * first_pair; ++i) x[i] = sample_from_terms(w, t, i);
+        for (ptrdiff_t i = 2 * pairs; i < w.n; ++i) x[i] = sample_from_terms(w, t, i);
+    }
+    if (any_streamed) stream_end();
 }
 
 // Sample i of signals t .. t + Blocks * kLanes - 1 lying side by side (transform skip 1 for
