@@ -113,22 +113,8 @@ void synthesis_unstaged(const Transform &w, bool streamed) {
 
 // ---- along one signal from coefficients staged in aligned buffers
 
-constexpr ptrdiff_t kStagedTaps = 20;   // masks up to this length get a kernel of their own
 constexpr ptrdiff_t kHalo = 16;         // coefficients staged before the first pair: taps / 2 - 1 <= kHalo
 constexpr ptrdiff_t kStagedPairs = 256; // pairs per staged stretch
-
-// Lane l of the window that starts R lanes before vector hi, whose predecessor is lo.
-template <int R>
-constexpr int shifted_by(int l) { return l + kLanes - R; }
-
-// The window of kLanes coefficients starting P before vector a[0] (a[-1], a[-2] before it):
-// one shuffle of two aligned vectors instead of a load across cache lines.
-template <int P>
-inline vdouble window(const vdouble *a) {
-    constexpr int q = P / kLanes, r = P % kLanes;
-    if constexpr (r == 0) return a[-q];
-    else return from_pair<shifted_by<r>>(a[-q - 1], a[-q]);
-}
 
 // Samples 2m .. 2m + 2 pairs - 1 (pairs a multiple of Blocks * kLanes) from coefficients staged
 // at c and d (coefficient m at c[0], vector_aligned, taps / 2 - 1 before it): as pairs_along,
@@ -155,7 +141,7 @@ void pairs_staged(double *x, const double *c, const double *d, const double *h, 
                 const vdouble he = hv[2 * p], ge = gv[2 * p];
 #pragma GCC unroll 16
                 for (int u = 0; u < Blocks; ++u) {
-                    const vdouble cw = window<p>(cv + kBefore + u), dw = window<p>(dv + kBefore + u);
+                    const vdouble cw = shifted_window<-p>(cv + kBefore + u), dw = shifted_window<-p>(dv + kBefore + u);
                     even[u] = (he * cw + ge * dw) + even[u];
                     if constexpr (2 * p + 1 < Taps) {
                         const vdouble ho = hv[2 * p + 1], go = gv[2 * p + 1];
@@ -188,13 +174,9 @@ inline void stage(double *to, const double *from, ptrdiff_t m, ptrdiff_t pairs, 
 
 typedef void StagedKernel(double *, const double *, const double *, const double *, const double *, ptrdiff_t, bool);
 
-// Vectors of pairs in flight by mask length: enough chains to cover the latency of the sums,
-// few enough that masks and windows stay in registers.
-constexpr int staged_blocks(ptrdiff_t taps) { return taps <= 4 ? 4 : taps <= 12 ? 2 : 1; }
-
 template <size_t... T>
 constexpr StagedKernel *staged_kernel(ptrdiff_t taps, std::index_sequence<T...>) {
-    StagedKernel *kernels[] = {&pairs_staged<int(T) + 1, staged_blocks(T + 1)>...};
+    StagedKernel *kernels[] = {&pairs_staged<int(T) + 1, shifted_blocks(T + 1)>...};
     return kernels[taps - 1];
 }
 
@@ -204,9 +186,9 @@ constexpr StagedKernel *staged_kernel(ptrdiff_t taps, std::index_sequence<T...>)
 // outputs) they go past the caches, so no line is written both ways. The rest one by one.
 void synthesis_along(const Transform &w, bool streamed) {
     const ptrdiff_t first_pair = (w.taps - 1) / 2, pairs = w.n / 2;
-    if (w.taps > kStagedTaps) return synthesis_unstaged(w, streamed);
-    StagedKernel *const kernel = staged_kernel(w.taps, std::make_index_sequence<kStagedTaps>{});
-    const ptrdiff_t block = staged_blocks(w.taps) * kLanes;
+    if (w.taps > kShiftedTaps) return synthesis_unstaged(w, streamed);
+    StagedKernel *const kernel = staged_kernel(w.taps, std::make_index_sequence<kShiftedTaps>{});
+    const ptrdiff_t block = shifted_blocks(w.taps) * kLanes;
     alignas(64) double cs[kHalo + kStagedPairs], ds[kHalo + kStagedPairs];
     for (ptrdiff_t i = 0; i < kHalo; ++i) cs[i] = ds[i] = 0.0;  // lanes shifted out of every window
     bool any_streamed = false;
