@@ -183,7 +183,8 @@ constexpr StagedKernel *staged_kernel(ptrdiff_t taps, std::index_sequence<T...>)
 // Samples, first and second coefficients all with skip 1. The pairs whose terms do not wrap
 // run vectors at a time from the first pair whose samples start a cache line on (x allowing),
 // their coefficients copied a stretch at a time into aligned buffers; with `streamed` (large
-// outputs) they go past the caches, so no line is written both ways. The rest one by one.
+// outputs) they go past the caches, so no line is written both ways. Less than a block left:
+// vector by vector as they lie, then one by one.
 void synthesis_along(const Transform &w, bool streamed) {
     const ptrdiff_t first_pair = (w.taps - 1) / 2, pairs = w.n / 2;
     if (w.taps > kShiftedTaps) return synthesis_unstaged(w, streamed);
@@ -208,6 +209,7 @@ void synthesis_along(const Transform &w, bool streamed) {
             kernel(x + 2 * m, cs + kHalo, ds + kHalo, w.h, w.g, stretch, stream_signal);
             m += stretch;
         }
+        for (; m + kLanes <= pairs; m += kLanes) pairs_along<1, false>(x + 2 * m, c + m, d + m, w.h, w.g, w.taps);
         for (; m < pairs; ++m)
             x[2 * m] = sample_from_terms(w, t, 2 * m), x[2 * m + 1] = sample_from_terms(w, t, 2 * m + 1);
         for (ptrdiff_t i = 0; i < 2 * first_pair; ++i) x[i] = sample_from_terms(w, t, i);
