@@ -180,16 +180,27 @@ constexpr StagedKernel *staged_kernel(ptrdiff_t taps, std::index_sequence<T...>)
     return kernels[taps - 1];
 }
 
-// Samples, first and second coefficients all with skip 1. The pairs whose terms do not wrap
-// run vectors at a time from the first pair whose samples start a cache line on (x allowing),
-// their coefficients copied a stretch at a time into aligned buffers; with `streamed` (large
-// outputs) they go past the caches, so no line is written both ways. Less than a block left:
-// vector by vector as they lie, then one by one.
+// Pairs m0 .. m1 - 1 (at least kLanes of them, none wrapping) of one contiguous signal in
+// vectors as they lie, the last one overlapping the one before where the count is not a
+// multiple: ordinary stores, computed partly again, coming out the same.
+void pairs_in_vectors(const Transform &w, double *x, const double *c, const double *d, ptrdiff_t m0, ptrdiff_t m1) {
+    ptrdiff_t m = m0;
+    for (; m + kLanes <= m1; m += kLanes) pairs_along<1, false>(x + 2 * m, c + m, d + m, w.h, w.g, w.taps);
+    if (m < m1) m = m1 - kLanes, pairs_along<1, false>(x + 2 * m, c + m, d + m, w.h, w.g, w.taps);
+}
+
+// Samples, first and second coefficients all with skip 1. The pairs whose terms do not wrap go
+// through the staged kernel from the first pair whose samples start a cache line on (x
+// allowing), their coefficients copied a stretch at a time into aligned buffers, up to a whole
+// number of lines that leaves at least a vector of pairs; with `streamed` (large outputs) those
+// lines go past the caches. The pairs before and after them take vectors as they lie, so no
+// line is written both ways; the wrapping samples are computed one by one.
 void synthesis_along(const Transform &w, bool streamed) {
     const ptrdiff_t first_pair = (w.taps - 1) / 2, pairs = w.n / 2;
     if (w.taps > kShiftedTaps) return synthesis_unstaged(w, streamed);
     StagedKernel *const kernel = staged_kernel(w.taps, std::make_index_sequence<kShiftedTaps>{});
     const ptrdiff_t block = shifted_blocks(w.taps) * kLanes;
+    const ptrdiff_t unit = block < 4 ? 4 : block;  // pairs of whole blocks and whole 64-byte lines
     alignas(64) double cs[kHalo + kStagedPairs], ds[kHalo + kStagedPairs];
     for (ptrdiff_t i = 0; i < kHalo; ++i) cs[i] = ds[i] = 0.0;  // lanes shifted out of every window
     bool any_streamed = false;
@@ -197,21 +208,28 @@ void synthesis_along(const Transform &w, bool streamed) {
         double *x = w.samples + at(w.x, t, 0);
         const double *c = w.first + at(w.c, t, 0), *d = w.second + at(w.d, t, 0);
         ptrdiff_t m = first_pair;
-        if (reinterpret_cast<uintptr_t>(x) % (2 * sizeof(double)) == 0)
-            for (; m < pairs && reinterpret_cast<uintptr_t>(x + 2 * m) % 64 != 0; ++m)
-                x[2 * m] = sample_from_terms(w, t, 2 * m), x[2 * m + 1] = sample_from_terms(w, t, 2 * m + 1);
-        const bool stream_signal = streamed && reinterpret_cast<uintptr_t>(x + 2 * m) % 64 == 0;
-        any_streamed = any_streamed || stream_signal;
-        while (pairs - m >= block) {
-            const ptrdiff_t stretch = pairs - m < kStagedPairs ? (pairs - m) / block * block : kStagedPairs;
-            stage(cs + kHalo, c, m, stretch, w.taps);
-            stage(ds + kHalo, d, m, stretch, w.taps);
-            kernel(x + 2 * m, cs + kHalo, ds + kHalo, w.h, w.g, stretch, stream_signal);
-            m += stretch;
+        if (pairs - first_pair >= 2 * unit + 2 * kLanes) {
+            ptrdiff_t line = m + kLanes;
+            if (reinterpret_cast<uintptr_t>(x) % (2 * sizeof(double)) == 0)
+                while (reinterpret_cast<uintptr_t>(x + 2 * line) % 64 != 0) ++line;
+            pairs_in_vectors(w, x, c, d, m, line);
+            m = line;
+            const bool stream_signal = streamed && reinterpret_cast<uintptr_t>(x + 2 * m) % 64 == 0;
+            any_streamed = any_streamed || stream_signal;
+            for (const ptrdiff_t end = m + (pairs - kLanes - m) / unit * unit; m < end;) {
+                const ptrdiff_t stretch = end - m < kStagedPairs ? end - m : kStagedPairs;
+                stage(cs + kHalo, c, m, stretch, w.taps);
+                stage(ds + kHalo, d, m, stretch, w.taps);
+                kernel(x + 2 * m, cs + kHalo, ds + kHalo, w.h, w.g, stretch, stream_signal);
+                m += stretch;
+            }
         }
-        for (; m + kLanes <= pairs; m += kLanes) pairs_along<1, false>(x + 2 * m, c + m, d + m, w.h, w.g, w.taps);
-        for (; m < pairs; ++m)
-            x[2 * m] = sample_from_terms(w, t, 2 * m), x[2 * m + 1] = sample_from_terms(w, t, 2 * m + 1);
+        if (pairs - m >= kLanes) {
+            pairs_in_vectors(w, x, c, d, m, pairs);
+        } else {
+            for (; m < pairs; ++m)
+                x[2 * m] = sample_from_terms(w, t, 2 * m), x[2 * m + 1] = sample_from_terms(w, t, 2 * m + 1);
+        }
         for (ptrdiff_t i = 0; i < 2 * first_pair; ++i) x[i] = sample_from_terms(w, t, i);
         for (ptrdiff_t i = 2 * pairs; i < w.n; ++i) x[i] = sample_from_terms(w, t, i);
     }
