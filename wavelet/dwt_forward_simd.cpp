@@ -142,8 +142,10 @@ constexpr ShiftedKernel *shifted_kernel(ptrdiff_t taps, std::index_sequence<T...
 
 // Windows from k on of signal t as far as windows_shifted goes with its samples inside the
 // signal and its windows before `limit`; returns the first window left.
-ptrdiff_t run_shifted(const Transform &w, ptrdiff_t t, ptrdiff_t k, ptrdiff_t limit, bool streamed) {
-    if (w.taps > kShiftedTaps) return k;
+// Only where it measured faster: for large results (`large`) with 5 to 12 taps, for small ones
+// with 3 to kShiftedTaps.
+ptrdiff_t run_shifted(const Transform &w, ptrdiff_t t, ptrdiff_t k, ptrdiff_t limit, bool large, bool streamed) {
+    if (w.taps > (large ? 12 : kShiftedTaps) || w.taps <= (large ? 4 : 2)) return k;
     const ptrdiff_t after = ((w.taps - 1) / 2 + kLanes - 1) / kLanes * kLanes, step = shifted_blocks(w.taps) * kLanes;
     if (limit > w.n / 2 - after) limit = w.n / 2 - after;
     if (limit - k < step) return k;
@@ -163,6 +165,7 @@ void forward_along(const Transform &w, ptrdiff_t coeffs, ptrdiff_t interior, boo
     const ptrdiff_t reach = w.n - w.taps - w.taps % 2;  // windows k with 2k <= reach stay in the signal
     const ptrdiff_t safe = reach < 0 ? 0 : reach / 2 + 1;
     constexpr ptrdiff_t step = kBlocks * kLanes;
+    const bool large = streamed;
     streamed = streamed && safe >= 2 * step && w.c.skip == 1 && w.d.skip == 1;
     for (ptrdiff_t t = 0; t < w.count; ++t) {
         const double *x = w.samples + at(w.x, t, 0);
@@ -171,11 +174,11 @@ void forward_along(const Transform &w, ptrdiff_t coeffs, ptrdiff_t interior, boo
         const uintptr_t c_at = reinterpret_cast<uintptr_t>(c), d_at = reinterpret_cast<uintptr_t>(d);
         if (streamed && c_at % sizeof(double) == 0 && (c_at - d_at) % sizeof(vdouble) == 0) {
             for (; !vector_aligned(c + k); ++k) window<true>(w, t, k);
-            k = run_shifted(w, t, k, safe, true);
+            k = run_shifted(w, t, k, safe, large, true);
             for (; k + step <= safe; k += step)
                 windows_along<kBlocks, true>(x + 2 * k, w.h, w.g, w.taps, c + k, 1, d + k, 1);
         }
-        k = run_shifted(w, t, k, safe, false);
+        k = run_shifted(w, t, k, safe, large, false);
         for (; k + step <= safe; k += step)
             windows_along<kBlocks, false>(x + 2 * k, w.h, w.g, w.taps, c + k * w.c.skip, w.c.skip, d + k * w.d.skip,
                                           w.d.skip);

@@ -197,7 +197,9 @@ void pairs_in_vectors(const Transform &w, double *x, const double *c, const doub
 // line is written both ways; the wrapping samples are computed one by one.
 void synthesis_along(const Transform &w, bool streamed) {
     const ptrdiff_t first_pair = (w.taps - 1) / 2, pairs = w.n / 2;
-    if (w.taps > kShiftedTaps) return synthesis_unstaged(w, streamed);
+    // Large outputs with at most 4 taps are bound by memory traffic; there the staging copies
+    // measured slower than loading the windows as they lie.
+    if (w.taps > kShiftedTaps || (streamed && w.taps <= 4)) return synthesis_unstaged(w, streamed);
     StagedKernel *const kernel = staged_kernel(w.taps, std::make_index_sequence<kShiftedTaps>{});
     const ptrdiff_t block = shifted_blocks(w.taps) * kLanes;
     const ptrdiff_t unit = block < 4 ? 4 : block;  // pairs of whole blocks and whole 64-byte lines
