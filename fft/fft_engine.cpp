@@ -11,6 +11,7 @@
 #include <bit>
 #include <cstddef>
 
+#include "fft/autosort.h"
 #include "fft/engine.h"
 #include "fft/pass.h"
 #include "fft/pass_order.h"
@@ -165,6 +166,15 @@ int32_t transform(simd::Isa isa, uint32_t length, uint32_t *radices, uint32_t ra
         if (hw_fft_is_generic_radix(radices[p])) last_generic = radices[p];
 
     uint32_t mirrored[kMaxRadices], outer = 0;
+    if (fits_autosort(length, radices, radix_count, stride)) {  // self-sorting, no reordering
+        autosort_transform(isa, length, radices, radix_count, data, out_of_place ? work : nullptr, inverse, batch);
+        if (out_of_place && batch > 0)  // the last sequence in work, as the reordering through it leaves it
+            std::copy_n(data + 2 * (size_t{batch} - 1) * length, 2 * size_t{length}, work);
+        if (last_generic != 0 && (!out_of_place || mirrored_pass_order(length, mirrored, &outer) != 0))
+            fill_generic_roots(isa, last_generic, inverse, roots);
+        if (!out_of_place) merge_equal_neighbours(radices, radix_count);
+        return HW_OK;
+    }
     const uint32_t mirrored_count = mirrored_pass_order(length, mirrored, &outer);
     const uint32_t *order = mirrored_count ? mirrored : radices;
     const uint32_t count = mirrored_count ? mirrored_count : radix_count;
