@@ -2,10 +2,12 @@
 // every pass reads one buffer and writes the other in an order that leaves the results in
 // natural order, so no reordering follows. Inside the call the values are planar (real parts,
 // then imaginary parts); the first pass reads the caller's interleaved values and the last one
-// writes them back. The twiddle factors come from one table of all n exact roots.
+// writes them back. A twiddle factor w(t) of order n is the product of two exact roots,
+// w(t mod 2^b) · w(2^b · (t div 2^b)), from two tables of about √n roots each.
 //
-// Stack (autosort_transform): the root table and the second buffer, 2 · 2n doubles with
-// n ≤ kAutosortMaxLength: 32 KiB, and the pass kernels' registers (under 2 KiB). No heap.
+// Stack (autosort_transform): the second buffer, 2n doubles with n ≤ kAutosortMaxLength
+// (16 KiB), the two root tables (1 KiB), and one pass kernel's frame at a time (at most 6 KiB,
+// radix 16 at 512 bits): under 24 KiB. No heap.
 #pragma once
 
 #include <cstddef>
@@ -46,8 +48,9 @@ void autosort_transform(simd::Isa isa, uint32_t length, const uint32_t *radices,
 struct AutosortShape {
     uint32_t n, count;
     const uint32_t *radices;
-    const double *cosine, *sine;  // w(t) = cos + i sin of +2πt/n, t < n
-    double *buffer;               // 2n doubles
+    const double *low, *high;  // w(t) = low[t mod 2^bits] · high[t div 2^bits], (cos, sin) of +2πt/n
+    uint32_t bits;
+    double *buffer;            // 2n doubles
 };
 
 }  // namespace hw::fft

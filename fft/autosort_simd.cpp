@@ -151,17 +151,24 @@ struct Lanes {
     }
 };
 
-// The geometry of one pass.
+// The geometry of one pass and the call's roots: w(t) = low[t mod 2^bits] · high[t / 2^bits],
+// (cos, sin) pairs.
 struct PassGeometry {
     uint32_t n, s, m;  // m = n / (s·R)
-    const double *cosine, *sine;
+    const double *low, *high;
+    uint32_t bits;
+
+    Complex<double> root(size_t t) const {
+        const size_t a = 2 * (t & ((size_t{1} << bits) - 1)), b = 2 * (t >> bits);
+        return Complex<double>{low[a], low[a + 1]} * Complex<double>{high[b], high[b + 1]};
+    }
 };
 
 // Butterflies i = q + s·p for p < m and q < s, vectors along q: all lanes share p. Widths W,
 // then narrower for the rest of each run of s.
 template <int R, bool Inverse, bool In, bool Out, int W>
-void along_runs(const PassGeometry &g, const Place &src, const Place &dst, uint32_t p, uint32_t q,
-                const Complex<double> *tw) {
+[[gnu::noinline]] uint32_t along_runs(const PassGeometry &g, const Place &src, const Place &dst, uint32_t p,
+                                      uint32_t q, const Complex<double> *tw) {
     using L = Lanes<W>;
     const size_t quarter = g.n / R;  // n / R: the distance between a butterfly's inputs
     const size_t first = size_t{g.s} * p, out = size_t{g.s} * R * p;
@@ -173,7 +180,15 @@ void along_runs(const PassGeometry &g, const Place &src, const Place &dst, uint3
             for (int k = 1; k < R; ++k) x[k] = turn<Inverse>(x[k], tw[k]);
         for (int k = 0; k < R; ++k) L::template store<Out>(dst, out + q + size_t{g.s} * k, x[k]);
     }
-    if constexpr (W > 1) along_runs<R, Inverse, In, Out, W / 2>(g, src, dst, p, q, tw);
+    return q;
+}
+
+// The widths one after the other, so that their frames are never on the stack together.
+template <int R, bool Inverse, bool In, bool Out, int W = kLanes>
+void along_widths(const PassGeometry &g, const Place &src, const Place &dst, uint32_t p, uint32_t q,
+                  const Complex<double> *tw) {
+    q = along_runs<R, Inverse, In, Out, W>(g, src, dst, p, q, tw);
+    if constexpr (W > 1) along_widths<R, Inverse, In, Out, W / 2>(g, src, dst, p, q, tw);
 }
 
 template <int R, bool Inverse, bool In, bool Out>
@@ -182,16 +197,16 @@ void pass_along_runs(const PassGeometry &g, const Place &src, const Place &dst) 
         Complex<double> tw[R];
         for (int k = 1; k < R; ++k) {
             const size_t t = static_cast<size_t>(k) * g.s * p;
-            tw[k] = {g.cosine[t], g.sine[t]};
+            tw[k] = g.root(t);
         }
-        along_runs<R, Inverse, In, Out, kLanes>(g, src, dst, p, 0, tw);
+        along_widths<R, Inverse, In, Out>(g, src, dst, p, 0, tw);
     }
 }
 
 // Butterflies i .. n/R − 1, W consecutive ones per vector whatever their p (s < W), then
 // narrower vectors for the rest.
 template <int R, bool Inverse, bool In, bool Out, int W>
-void across_runs(const PassGeometry &g, const Place &src, const Place &dst, size_t i) {
+[[gnu::noinline]] size_t across_runs(const PassGeometry &g, const Place &src, const Place &dst, size_t i) {
     using L = Lanes<W>;
     using V = typename L::V;
     const size_t quarter = g.n / R;
@@ -209,9 +224,15 @@ void across_runs(const PassGeometry &g, const Place &src, const Place &dst, size
         }
         if (g.m > 1)
             for (int k = 1; k < R; ++k) {
-                size_t t[W];
-                for (int l = 0; l < W; ++l) t[l] = static_cast<size_t>(k) * g.s * p[l];
-                x[k] = turn<Inverse>(x[k], typename L::C{L::pick(g.cosine, t), L::pick(g.sine, t)});
+                size_t a[W], b[W];  // the lanes' (cos, sin) pairs in both levels
+                for (int l = 0; l < W; ++l) {
+                    const size_t t = static_cast<size_t>(k) * g.s * p[l];
+                    a[l] = 2 * (t & ((size_t{1} << g.bits) - 1));
+                    b[l] = 2 * (t >> g.bits);
+                }
+                const typename L::C low{L::pick(g.low, a), L::pick(g.low + 1, a)};
+                const typename L::C high{L::pick(g.high, b), L::pick(g.high + 1, b)};
+                x[k] = turn<Inverse>(x[k], low * high);
             }
         if constexpr (!Out && W > 1 && R % W == 0) {
             if (g.s == 1) {  // value R·(i + l) + k: rows of R consecutive values
@@ -237,7 +258,13 @@ void across_runs(const PassGeometry &g, const Place &src, const Place &dst, size
             L::template scatter<Out>(dst, index, x[k]);
         }
     }
-    if constexpr (W > 1) across_runs<R, Inverse, In, Out, W / 2>(g, src, dst, i);
+    return i;
+}
+
+template <int R, bool Inverse, bool In, bool Out, int W = kLanes>
+void across_widths(const PassGeometry &g, const Place &src, const Place &dst, size_t i) {
+    i = across_runs<R, Inverse, In, Out, W>(g, src, dst, i);
+    if constexpr (W > 1) across_widths<R, Inverse, In, Out, W / 2>(g, src, dst, i);
 }
 
 template <int R, bool Inverse, bool In, bool Out>
@@ -245,7 +272,7 @@ void radix_pass(const PassGeometry &g, const Place &src, const Place &dst) {
     if (g.s >= static_cast<uint32_t>(kLanes))
         pass_along_runs<R, Inverse, In, Out>(g, src, dst);
     else
-        across_runs<R, Inverse, In, Out, kLanes>(g, src, dst, 0);
+        across_widths<R, Inverse, In, Out>(g, src, dst, 0);
 }
 
 template <bool Inverse, bool In, bool Out>
@@ -284,7 +311,7 @@ void sequence(const AutosortShape &shape, double *data) {
     uint32_t s = 1;
     for (uint32_t p = 0; p < shape.count; ++p) {
         const uint32_t r = shape.radices[p];
-        const PassGeometry g{n, s, n / (s * r), shape.cosine, shape.sine};
+        const PassGeometry g{n, s, n / (s * r), shape.low, shape.high, shape.bits};
         const bool from_interleaved = p == 0 && shape.count % 2 == 0, last = p + 1 == shape.count;
         const Place dst = last ? interleaved : src.re == other.re ? own : other;
         if (from_interleaved) pass<Inverse, true, false>(r, g, src, dst);

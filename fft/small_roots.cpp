@@ -37,43 +37,6 @@ void constant_unit_roots(uint32_t n, uint64_t first, uint64_t step, uint64_t cou
         octant_roots(kSmallRootOctant, kSmallRootOrder, n, first, step, count, cos_sin);
 }
 
-void constant_circle(uint32_t n, double *cosine, double *sine) {
-    const bool powers = kPowerRootOrder % n == 0;
-    const double *octant = powers ? kPowerRootOctant : kSmallRootOctant;
-    const uint32_t order = powers ? kPowerRootOrder : kSmallRootOrder, scale = order / n;
-    if (n % 4 != 0) {  // half the circle, the rest as conjugates
-        const uint32_t half = n / 2;
-        double pair[2];
-        for (uint32_t t = 0; t <= half; ++t) {
-            constant_unit_roots(n, t, 1, 1, pair);
-            cosine[t] = pair[0];
-            sine[t] = pair[1];
-        }
-        for (uint32_t t = half + 1; t < n; ++t) {
-            cosine[t] = cosine[n - t];
-            sine[t] = -sine[n - t];
-        }
-        return;
-    }
-    // The first quarter: up to an eighth straight from the octant, beyond it mirrored about π/4.
-    const uint32_t quarter = n / 4, eighth = order / 8;
-    uint32_t t = 0;
-    for (; t * scale <= eighth && t <= quarter; ++t) {
-        cosine[t] = octant[2 * t * scale];
-        sine[t] = octant[2 * t * scale + 1];
-    }
-    for (; t <= quarter; ++t) {
-        const uint32_t u = order / 4 - t * scale;
-        cosine[t] = octant[2 * u + 1];
-        sine[t] = octant[2 * u];
-    }
-    // A quarter turn at a time: (c, s) -> (−s, c), +0 rather than −0 as unit_root gives.
-    for (t = quarter + 1; t < n; ++t) {
-        cosine[t] = 0.0 - sine[t - quarter];
-        sine[t] = cosine[t - quarter];
-    }
-}
-
 // Generated with hw::trig::unit_root(t, 6720) for t = 0 .. 840: (cosine, sine) pairs.
 const double kSmallRootOctant[2 * (kSmallRootOrder / 8 + 1)] = {
     0x1p+0, 0x0p+0,

@@ -22,8 +22,4 @@ inline bool has_constant_roots(uint32_t n) {
 // has_constant_roots accepts: unit_roots' bits, from an octant by the exact symmetries.
 void constant_unit_roots(uint32_t n, uint64_t first, uint64_t step, uint64_t count, double *cos_sin);
 
-// cosine[t], sine[t] = w(t) of order n for every t < n, n as has_constant_roots accepts: the
-// same bits, a quarter or half of the circle read from an octant and the rest by symmetry.
-void constant_circle(uint32_t n, double *cosine, double *sine);
-
 }  // namespace hw::fft
