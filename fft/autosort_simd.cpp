@@ -35,8 +35,8 @@ struct VectorOf<1> {
     using type = double;
 };
 
-// Where a pass reads or writes: interleaved (re, im) pairs at `base`, or planar, real parts at
-// `re` and imaginary parts at `im`.
+// Where a pass reads or writes: interleaved (re, im) pairs from `re` on (`im` unused), or
+// planar, real parts at `re` and imaginary parts at `im`.
 struct Place {
     double *re, *im;
 };
