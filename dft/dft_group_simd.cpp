@@ -22,6 +22,7 @@
 
 #include "dft/dft_kernels.h"
 #include "fft/complex.h"
+#include "fft/modular.h"
 #include "simd/vec.h"
 
 #include <immintrin.h>
@@ -551,37 +552,12 @@ struct PermutedRoots {
     double cosine[(kLargestPermuted - 1) / 2 + kTableSpan], sine[(kLargestPermuted - 1) / 2 + kTableSpan];
 };
 
-bool is_odd_prime(uint32_t n) {
-    if (n < 3 || n % 2 == 0) return false;
-    for (uint32_t d = 3; d * d <= n; d += 2)
-        if (n % d == 0) return false;
-    return true;
-}
+using modular::is_odd_prime;
+using modular::power_mod;
+using modular::primitive_root;
 
-uint32_t power_mod(uint32_t base, uint32_t e, uint32_t n) {
-    uint64_t result = 1, b = base % n;
-    for (; e; e >>= 1, b = b * b % n)
-        if (e & 1) result = result * b % n;
-    return static_cast<uint32_t>(result);
-}
-
-uint32_t primitive_root(uint32_t n) {
-    for (uint32_t g = 2;; ++g) {
-        bool generates = true;
-        uint32_t rest = n - 1;
-        for (uint32_t q = 2; q <= rest && generates; ++q) {
-            if (rest % q) continue;
-            while (rest % q == 0) rest /= q;
-            generates = power_mod(g, (n - 1) / q, n) != 1;
-        }
-        if (generates) return g;
-    }
-}
-
-// a·b mod n (a, b < n) without a division: with M = 2^64/n rounded up, the fraction M·x / 2^64
-// of x/n, times n, is x mod n for every x < 2^32.
 uint32_t times_mod(const PermutedRoots &t, uint32_t a, uint32_t b, uint32_t n) {
-    return static_cast<uint32_t>((static_cast<unsigned __int128>(t.reciprocal * (a * b)) * n) >> 64);
+    return modular::times_mod(a, b, n, t.reciprocal);
 }
 uint32_t times_generator(const PermutedRoots &t, uint32_t k, uint32_t n) { return times_mod(t, k, t.generator, n); }
 
@@ -589,7 +565,7 @@ void build_permuted_roots(const Circle &c, PermutedRoots *t) {
     const uint32_t H = (c.n - 1) / 2, g = primitive_root(c.n);
     t->half = H;
     t->generator = g;
-    t->reciprocal = UINT64_MAX / c.n + 1;
+    t->reciprocal = modular::reciprocal_of(c.n);
     const uint32_t step = power_mod(g, kWalks, c.n);
     uint32_t power[kWalks] = {1, g % c.n, 0, 0};
     for (uint32_t w = 2; w < kWalks; ++w) power[w] = times_generator(*t, power[w - 1], c.n);

@@ -15,6 +15,7 @@
 #include "fft/complex.h"
 #include "fft/block_twiddles.h"
 #include "fft/generic_pass.h"
+#include "fft/modular.h"
 #include "simd/vec.h"
 
 namespace hw::HW_ISA_NS {
@@ -72,66 +73,23 @@ void direct_pass(const PassShape &s, double *data) {
             }
 }
 
-uint32_t mul_mod(uint32_t a, uint32_t b, uint32_t p) { return static_cast<uint32_t>(uint64_t{a} * b % p); }
-
-uint32_t pow_mod(uint32_t a, uint32_t e, uint32_t p) {
-    uint32_t r = 1;
-    for (; e; e >>= 1, a = mul_mod(a, a, p))
-        if (e & 1) r = mul_mod(r, a, p);
-    return r;
-}
-
-// The smallest generator of the nonzero residues modulo an odd p, or 0 when p is not prime.
-uint32_t generator(uint32_t p) {
-    for (uint32_t d = 3; uint64_t{d} * d <= p; d += 2)
-        if (p % d == 0) return 0;
-    uint32_t factor[16], count = 0, rest = p - 1;  // a 32-bit number has at most 9 prime factors
-    for (uint32_t f = 2; uint64_t{f} * f <= rest; ++f)
-        if (rest % f == 0) {
-            factor[count++] = f;
-            while (rest % f == 0) rest /= f;
-        }
-    if (rest > 1) factor[count++] = rest;
-    for (uint32_t g = 2;; ++g) {
-        uint32_t i = 0;
-        while (i < count && pow_mod(g, (p - 1) / factor[i], p) != 1) ++i;
-        if (i == count) return g;
-    }
-}
-
-// v·g mod p by g additions (generators are small; a division costs more); p is below 2^31 like
-// every length.
-uint32_t times_mod(uint32_t v, uint32_t g, uint32_t p) {
-    uint32_t r = 0;
-    for (uint32_t i = 0; i < g; ++i) {
-        r += v;
-        if (r >= p) r -= p;
-    }
-    return r;
-}
-
 // g^e mod p for e < p − 1, the first kCachedPowers of them kept (4 KiB of stack).
 constexpr uint32_t kCachedPowers = 1024;
 struct PowerTable {
     uint32_t cached[kCachedPowers], count, g, p;
+    uint64_t reciprocal;
     PowerTable(uint32_t generator, uint32_t prime) : count(prime - 1 < kCachedPowers ? prime - 1 : kCachedPowers),
-                                                      g(generator), p(prime) {
+                                                      g(generator), p(prime), reciprocal(modular::reciprocal_of(prime)) {
         // Four interleaved walks: each step waits for the one before it.
         constexpr uint32_t kWalks = 4;
         const uint32_t part = (count + kWalks - 1) / kWalks;
         uint32_t v[kWalks];
-        for (uint32_t w = 0; w < kWalks; ++w) v[w] = pow_mod(g, w * part, p);
-        for (uint32_t i = 0; i < part; ++i) {
-            uint32_t r[kWalks] = {};
-            for (uint32_t w = 0; w < kWalks; ++w)
+        for (uint32_t w = 0; w < kWalks; ++w) v[w] = modular::power_mod(g, w * part, p);
+        for (uint32_t i = 0; i < part; ++i)
+            for (uint32_t w = 0; w < kWalks; ++w) {
                 if (w * part + i < count) cached[w * part + i] = v[w];
-            for (uint32_t k = 0; k < g; ++k)
-                for (uint32_t w = 0; w < kWalks; ++w) {
-                    r[w] += v[w];
-                    if (r[w] >= p) r[w] -= p;
-                }
-            for (uint32_t w = 0; w < kWalks; ++w) v[w] = r[w];
-        }
+                v[w] = modular::times_mod(v[w], g, p, reciprocal);
+            }
     }
 };
 
@@ -140,10 +98,11 @@ struct Powers {
     const PowerTable &table;
     uint32_t e, value;
     Powers(const PowerTable &powers, uint32_t first)
-        : table(powers), e(first), value(first < powers.count ? powers.cached[first] : pow_mod(powers.g, first, powers.p)) {}
+        : table(powers), e(first),
+          value(first < powers.count ? powers.cached[first] : modular::power_mod(powers.g, first, powers.p)) {}
     void next() {
         if (++e == table.p - 1) e = 0;  // g^(p−1) = 1
-        value = e < table.count ? table.cached[e] : times_mod(value, table.g, table.p);
+        value = e < table.count ? table.cached[e] : modular::times_mod(value, table.g, table.p, table.reciprocal);
     }
 };
 
@@ -292,7 +251,7 @@ void prime_pass(const PassShape &s, double *data, uint32_t g) {
 }  // namespace
 
 void fft_generic_pass(const PassShape &shape, double *data, bool inverse) {
-    const uint32_t g = generator(shape.radix);
+    const uint32_t g = modular::is_odd_prime(shape.radix) ? modular::primitive_root(shape.radix) : 0;
     if (g == 0)
         inverse ? direct_pass<true>(shape, data) : direct_pass<false>(shape, data);
     else

@@ -7,6 +7,7 @@
 #include "fft/autosort.h"
 #include "fft/butterflies.h"
 #include "fft/engine.h"
+#include "fft/modular.h"
 #include "fft/odd_butterflies.h"
 #include "fft/radix_kinds.h"
 #include "fft/small_roots.h"
@@ -212,6 +213,29 @@ TEST(FftEngine, ConstantRootTablesHoldExactRoots) {
             ASSERT_EQ(std::memcmp(got + 2 * t + 1, &sine, 8), 0) << t << "/" << n;
         }
     }
+}
+
+// Products modulo primes against plain division, short and wide (past 32 bits); the
+// primitive root's powers run through every nonzero residue before reaching 1.
+TEST(FftEngine, ModularArithmeticOfPrimeLengths) {
+    using namespace hw::modular;
+    std::mt19937 rng(11);
+    for (uint32_t n : {17u, 997u, 4099u, 65537u, 2147483647u}) {
+        ASSERT_TRUE(is_odd_prime(n));
+        const uint64_t reciprocal = reciprocal_of(n);
+        for (int i = 0; i < 1000; ++i) {
+            const uint32_t a = rng() % n, b = i % 2 ? rng() % n : rng() % 64;
+            ASSERT_EQ(times_mod(a, b, n, reciprocal), uint64_t{a} * b % n) << a << " " << b << " " << n;
+        }
+        const uint32_t g = primitive_root(n);
+        if (n < 100000) {
+            uint32_t order = 1;
+            for (uint32_t v = g; v != 1; v = times_mod(v, g, n, reciprocal)) ++order;
+            EXPECT_EQ(order, n - 1) << n;
+        }
+        EXPECT_EQ(power_mod(g, n - 1, n), 1u);
+    }
+    EXPECT_FALSE(is_odd_prime(1001) || is_odd_prime(4097) || is_odd_prime(2) || is_odd_prime(65535));
 }
 
 TEST(RadixDec, OrdersRadicesForThePasses) {
