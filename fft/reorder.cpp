@@ -172,11 +172,14 @@ void swap_mirrored_digits(uint32_t length, const uint32_t *outer, uint32_t k, ui
     }
     for (uint32_t t = k - 1, w = 1; t-- > 0; w *= outer[1 + t]) right.weight[t] = w;  // s_{t+2} ... s_{k−1}
     const size_t run = stride, side = size_t{h} * rest, row = middle * side * run, column = rest * row;
-    // The blocks go through two stack buffers in tiles of t x t runs (t·t·run values at most
-    // kTileValues), so that both sides are read and written a row at a time: the rows lie
-    // `column` apart, usually a power of two, and walking down a column thrashes the cache's sets.
+    // Where a block's rows lie a cache way (4 KiB) or more apart, usually a power of two, walking
+    // down its columns thrashes the cache's sets: the blocks then go through two stack buffers
+    // in tiles of t x t runs (t·t·run values at most kTileValues), so that both sides are read
+    // and written a row at a time. Closer rows, blocks of fewer than 4 rows and runs of a cache
+    // line or more (4 values) swap in place.
     size_t t = 1;
-    while (t < h && (t + 1) * (t + 1) * run <= kTileValues) ++t;
+    if (16 * column >= 4096 && h >= 4 && run < 4)
+        while (t < h && (t + 1) * (t + 1) * run <= kTileValues) ++t;
     for (size_t g = 0; g < batch; ++g) {
         double *seq = data + 2 * g * length * stride;
         DigitCounter ra = left;  // ra.value = ρ'(ra)
