@@ -190,13 +190,18 @@ void swap_mirrored_digits(uint32_t length, const uint32_t *outer, uint32_t k, ui
                 if (self > partner) continue;
                 double *x = seq + 2 * (a * row + size_t{b} * h * run);
                 double *y = seq + 2 * (rb.value * row + size_t{ra.value} * h * run);
-                for (uint32_t mid = 0; mid < middle; ++mid, x += 2 * side * run, y += 2 * side * run)
+                for (uint32_t mid = 0; mid < middle; ++mid, x += 2 * side * run, y += 2 * side * run) {
+                    if (t == 1) {
+                        for (uint32_t hi = 0; hi < h; ++hi)
+                            for (uint32_t lo = self == partner ? hi + 1 : 0; lo < h; ++lo)
+                                swap_runs(x + 2 * (hi * column + lo * run), y + 2 * (lo * column + hi * run), run);
+                        continue;
+                    }
                     for (size_t hi = 0; hi < h; hi += t)
-                        for (size_t lo = self == partner ? hi : 0; lo < h; lo += t) {
-                            double *from = x + 2 * (hi * column + lo * run), *to = y + 2 * (lo * column + hi * run);
-                            if (t > 1) swap_tiles(from, to, std::min(t, h - hi), std::min(t, h - lo), column, run);
-                            else if (from != to) swap_runs(from, to, run);
-                        }
+                        for (size_t lo = self == partner ? hi : 0; lo < h; lo += t)
+                            swap_tiles(x + 2 * (hi * column + lo * run), y + 2 * (lo * column + hi * run),
+                                       std::min(t, h - hi), std::min(t, h - lo), column, run);
+                }
             }
         }
     }
