@@ -121,20 +121,21 @@ Vec splat(double s) {
 #endif
 }
 
-// (s, -s) from memory in every pair of lanes: the sine for the A sums in real lanes and
-// negated for the B sums in imaginary lanes, so that adding D·(s, -s) gives A + Re D·s and
-// B - Im D·s exactly.
+// D = P - Q with its imaginary lanes negated: adding D'·s to (A, B) gives A + Re D·s and
+// B + (-Im D)·s = B - Im D·s exactly, so both roots reach the products as plain broadcasts.
+typedef long long vbits2 __attribute__((vector_size(16)));
+typedef long long vbits4 __attribute__((vector_size(32)));
+typedef long long vbits8 __attribute__((vector_size(64)));
+
 template <class Vec>
-Vec splat_pair(const double *pair) {
-    if constexpr (sizeof(Vec) == 16) return load_as<Vec>(pair);
-#if HW_VEC_DOUBLES >= 4
-    else if constexpr (sizeof(Vec) == 32)
-        return reinterpret_cast<Vec>(_mm256_broadcast_pd(reinterpret_cast<const __m128d *>(pair)));
-#endif
-#if HW_VEC_DOUBLES == 8
+Vec conjugate_lanes(Vec d) {
+    constexpr long long kSign = static_cast<long long>(1ull << 63);
+    if constexpr (kDoubles<Vec> == 2)
+        return reinterpret_cast<Vec>(reinterpret_cast<vbits2>(d) ^ vbits2{0, kSign});
+    else if constexpr (kDoubles<Vec> == 4)
+        return reinterpret_cast<Vec>(reinterpret_cast<vbits4>(d) ^ vbits4{0, kSign, 0, kSign});
     else
-        return reinterpret_cast<Vec>(_mm512_mask_broadcast_f64x2(_mm512_setzero_pd(), 0xFF, _mm_loadu_pd(pair)));
-#endif
+        return reinterpret_cast<Vec>(reinterpret_cast<vbits8>(d) ^ vbits8{0, kSign, 0, kSign, 0, kSign, 0, kSign});
 }
 
 // The roots that outputs k0 .. k0+K-1 meet at the steps j0 .. j0 + kStepChunk - 1, worked
@@ -146,7 +147,7 @@ enum PowerKind : uint8_t { kRoot, kPowerZero, kPowerHalf };
 template <int K>
 struct StepRoots {
     double cosine[kStepChunk][K];
-    double sine[kStepChunk][K][2];  // (s, -s): see splat_pair
+    double sine[kStepChunk][K];
     PowerKind kind[kStepChunk][K];
     bool every_root[kStepChunk];
 };
@@ -161,13 +162,10 @@ void fill_step_roots(const Circle &c, uint32_t k0, uint32_t j0, uint32_t j1, uin
             if (no_sine(c, m[t])) {
                 r->kind[i][t] = m[t] == 0 ? kPowerZero : kPowerHalf;
                 r->every_root[i] = false;
-                r->cosine[i][t] = r->sine[i][t][0] = r->sine[i][t][1] = 0;
+                r->cosine[i][t] = r->sine[i][t] = 0;
             } else {
-                double s;
-                root_of_power(c, m[t], &r->cosine[i][t], &s);
+                root_of_power(c, m[t], &r->cosine[i][t], &r->sine[i][t]);
                 r->kind[i][t] = kRoot;
-                r->sine[i][t][0] = s;
-                r->sine[i][t][1] = -s;
             }
             m[t] = next_power(m[t], k0 + t, c.n);
         }
@@ -182,10 +180,10 @@ void sequence_steps(const double *x, double *X, size_t row, const Circle &c, uin
                     const StepRoots<K> &r) {
     constexpr int L = kDoubles<Vec>;
     Vec RI[K][V], AB[K][V];
-#pragma GCC unroll 4
+#pragma GCC unroll 8
     for (int t = 0; t < K; ++t) {
         const uint32_t k = k0 + t;
-#pragma GCC unroll 4
+#pragma GCC unroll 8
         for (int v = 0; v < V; ++v) {
             if (j0 > 1) {
                 RI[t][v] = load_as<Vec>(X + k * row + v * L);
@@ -205,20 +203,20 @@ void sequence_steps(const double *x, double *X, size_t row, const Circle &c, uin
         const uint32_t i = j - j0;
         const double *p = x + j * row, *q = x + (c.n - j) * row;
         if (r.every_root[i]) {
-#pragma GCC unroll 4
+#pragma GCC unroll 8
             for (int v = 0; v < V; ++v) {
                 const Vec P = load_as<Vec>(p + v * L), Q = load_as<Vec>(q + v * L);
-                const Vec S = P + Q, D = P - Q;
-#pragma GCC unroll 4
+                const Vec S = P + Q, D = conjugate_lanes(P - Q);
+#pragma GCC unroll 8
                 for (int t = 0; t < K; ++t) {
                     RI[t][v] += S * splat<Vec>(r.cosine[i][t]);
-                    AB[t][v] += D * splat_pair<Vec>(r.sine[i][t]);
+                    AB[t][v] += D * splat<Vec>(r.sine[i][t]);
                 }
             }
         } else {
             for (int v = 0; v < V; ++v) {
                 const Vec P = load_as<Vec>(p + v * L), Q = load_as<Vec>(q + v * L);
-                const Vec S = P + Q, D = P - Q;
+                const Vec S = P + Q, D = conjugate_lanes(P - Q);
                 for (int t = 0; t < K; ++t) {
                     if (r.kind[i][t] == kPowerZero) {
                         RI[t][v] += S;
@@ -226,17 +224,17 @@ void sequence_steps(const double *x, double *X, size_t row, const Circle &c, uin
                         RI[t][v] -= S;
                     } else {
                         RI[t][v] += S * splat<Vec>(r.cosine[i][t]);
-                        AB[t][v] += D * splat_pair<Vec>(r.sine[i][t]);
+                        AB[t][v] += D * splat<Vec>(r.sine[i][t]);
                     }
                 }
             }
         }
     }
     const bool last = j1 == c.h;
-#pragma GCC unroll 4
+#pragma GCC unroll 8
     for (int t = 0; t < K; ++t) {
         const uint32_t k = k0 + t;
-#pragma GCC unroll 4
+#pragma GCC unroll 8
         for (int v = 0; v < V; ++v) {
             if (!last) {
                 store_as(X + k * row + v * L, RI[t][v]);
@@ -248,6 +246,18 @@ void sequence_steps(const double *x, double *X, size_t row, const Circle &c, uin
             store_as(X + (c.n - k) * row + v * L, RI[t][v] - BA);
         }
     }
+}
+
+// For finite data the powers 0 and n/2 need no path of their own: the cosines 1 and -1 give
+// R + S and R - S exactly, and the sine ±0 adds a zero to A and B, which start at +0 and so
+// are never -0. A table of the whole circle (entry n/2 set to (-1, 0)) then gives every
+// step's roots by one load.
+constexpr uint32_t kLargestCircle = 1536;  // lengths up to here (the table lives on the stack)
+
+void build_full_circle(const Circle &c, Complex<double> *circle) {
+    for (uint32_t m = 0; m < c.h; ++m) circle[m] = c.roots[m];
+    if (c.even) circle[c.h] = {-1.0, 0.0};  // the table ends below n/2
+    for (uint32_t m = c.n - c.h + 1; m < c.n; ++m) circle[m] = {c.roots[c.n - m].re, -c.roots[c.n - m].im};
 }
 
 // Steps j0 .. j1-1 of output pairs k0 .. k0+K-1 for `vectors` vectors of sequences, V at a time.
@@ -287,6 +297,120 @@ void sequences(const double *x, double *X, size_t row, const Circle &c, uint32_t
     }
 }
 
+// Whether the first `sequences` of every row of n are finite (x - x is 0 unless x is infinite or NaN).
+bool all_finite(const double *x, size_t row, uint32_t n, uint32_t sequences) {
+    bool finite = true;
+    for (uint32_t j = 0; j < n; ++j)
+        for (uint32_t i = 0; i < 2 * sequences; ++i) finite &= x[j * row + i] - x[j * row + i] == 0;
+    return finite;
+}
+
+// The whole circle's path, for one vector of sequences at a time: the pair sums S = p + q and
+// differences D' (conjugate_lanes) of a chunk of steps are packed side by side, so that they
+// stay in the first-level cache for every block of outputs, and each output carries its power
+// and reads its roots from the circle directly.
+constexpr uint32_t kCircleChunk = 128;
+
+struct CircleWork {
+    Complex<double> circle[kLargestCircle];
+    uint32_t power[kLargestCircle / 2];  // of output k at the chunk's first step, doubled
+};
+
+// Steps j0 .. j1-1 of output pairs k0 .. k0+K-1 of one vector of sequences. At step j output
+// k0 meets the power m = j·k0 mod n and output k0 + t the power m + t·j mod n, so one power
+// is carried from step to step and the others follow from it by adding j. Powers are kept
+// doubled (the index of the cosine in the table) and reduced by a sign test.
+template <class Vec, int K>
+void circle_steps(const double *x, double *X, size_t row, const Circle &c, CircleWork &w, const Vec *packed,
+                  uint32_t k0, uint32_t j0, uint32_t j1) {
+    Vec RI[K], AB[K];
+#pragma GCC unroll 8
+    for (int t = 0; t < K; ++t) {
+        const uint32_t k = k0 + t;
+        if (j0 > 1) {
+            RI[t] = load_as<Vec>(X + k * row);
+            AB[t] = load_as<Vec>(X + (c.n - k) * row);
+            continue;
+        }
+        Vec start = load_as<Vec>(x);
+        if (c.even) {
+            const Vec middle = load_as<Vec>(x + c.h * row);
+            start = (k & 1) ? start - middle : start + middle;
+        }
+        RI[t] = start;
+        AB[t] = Vec{};
+    }
+    const double *table = &w.circle[0].re;
+    const int32_t n2 = static_cast<int32_t>(2 * c.n), output_step = static_cast<int32_t>(2 * k0) - n2;
+    int32_t power = static_cast<int32_t>(w.power[k0]), input_step = static_cast<int32_t>(2 * j0) - n2;
+    for (uint32_t i = 0; i < j1 - j0; ++i, input_step += 2) {
+        const Vec S = packed[2 * i], D = packed[2 * i + 1];
+        int32_t m = power;
+#pragma GCC unroll 8
+        for (int t = 0; t < K; ++t) {
+            RI[t] += S * splat<Vec>(table[m]);
+            AB[t] += D * splat<Vec>(table[m + 1]);
+            if (t + 1 < K) {
+                m += input_step;
+                m = m < 0 ? m + n2 : m;
+            }
+        }
+        power += output_step;
+        power = power < 0 ? power + n2 : power;
+    }
+    w.power[k0] = static_cast<uint32_t>(power);
+    const bool last = j1 == c.h;
+#pragma GCC unroll 8
+    for (int t = 0; t < K; ++t) {
+        const uint32_t k = k0 + t;
+        if (!last) {
+            store_as(X + k * row, RI[t]);
+            store_as(X + (c.n - k) * row, AB[t]);
+            continue;
+        }
+        const Vec BA = swap_re_im(AB[t]);
+        store_as(X + k * row, RI[t] + BA);
+        store_as(X + (c.n - k) * row, RI[t] - BA);
+    }
+}
+
+template <class Vec, int K>
+void circle_sequences(const double *x, double *X, size_t row, const Circle &c, CircleWork &w, uint32_t vectors) {
+    constexpr int L = kDoubles<Vec>;
+    Vec packed[2 * kCircleChunk];
+    for (uint32_t v = 0; v < vectors; ++v) {
+        const double *xv = x + v * L;
+        double *Xv = X + v * L;
+        plain_sums<Vec, 1>(xv, Xv, row, c);
+        for (uint32_t k = 1; k < c.h; ++k) w.power[k] = 2 * k;
+        for (uint32_t j0 = 1; j0 < c.h; j0 += kCircleChunk) {
+            const uint32_t j1 = c.h - j0 > kCircleChunk ? j0 + kCircleChunk : c.h;
+            for (uint32_t j = j0; j < j1; ++j) {
+                const Vec P = load_as<Vec>(xv + j * row), Q = load_as<Vec>(xv + (c.n - j) * row);
+                packed[2 * (j - j0)] = P + Q;
+                packed[2 * (j - j0) + 1] = conjugate_lanes(P - Q);
+            }
+            uint32_t k = 1;
+            for (; k + K <= c.h; k += K) circle_steps<Vec, K>(xv, Xv, row, c, w, packed, k, j0, j1);
+            for (; k < c.h; ++k) circle_steps<Vec, 1>(xv, Xv, row, c, w, packed, k, j0, j1);
+        }
+    }
+}
+
+// Every output of `vectors` vectors of sequences: the whole circle's path for finite data of
+// lengths up to kLargestCircle, else the step roots' path. Not inlined: only this path needs
+// the circle's room on the stack.
+template <class Vec, int V, int K>
+__attribute__((noinline)) void sequences_of_group(const double *x, double *X, size_t row, const Circle &c,
+                                                  uint32_t vectors) {
+    if (c.n <= kLargestCircle && all_finite(x, row, c.n, vectors * kDoubles<Vec> / 2)) {
+        CircleWork w;
+        build_full_circle(c, w.circle);
+        return circle_sequences<Vec, K>(x, X, row, c, w, vectors);
+    }
+    sequences<Vec, V, K>(x, X, row, c, vectors);
+}
+
 // ---- across outputs of one sequence: lanes of neighbouring k
 
 #if HW_VEC_DOUBLES >= 4
@@ -323,18 +447,19 @@ template <int B, bool MeetsNoSine>
 void output_lanes(const double *x, double *X, size_t row, const Circle &c, uint32_t k0) {
     vdouble R[B], I[B], A[B], Bsum[B];
     vindex power[B], step[B];
+    vindex lane{};
+    for (int l = 0; l < kLanes; ++l) lane[l] = l;
+    const vdouble re = splat<vdouble>(x[0]), im = splat<vdouble>(x[1]);
     for (int b = 0; b < B; ++b) {
-        for (int l = 0; l < kLanes; ++l) {
-            const uint32_t k = k0 + b * kLanes + l;
-            Complex<double> start = {x[0], x[1]};
-            if (c.even) {
-                const double *middle = x + c.h * row;
-                start = (k & 1) ? Complex<double>{x[0] - middle[0], x[1] - middle[1]}
-                                : Complex<double>{x[0] + middle[0], x[1] + middle[1]};
-            }
-            R[b][l] = start.re;
-            I[b][l] = start.im;
-            power[b][l] = step[b][l] = static_cast<int32_t>(2 * k);
+        const vindex k = static_cast<int32_t>(k0 + b * kLanes) + lane;
+        power[b] = step[b] = k + k;
+        R[b] = re;
+        I[b] = im;
+        if (c.even) {  // x[0] - x[n/2] for odd k, x[0] + x[n/2] for even k
+            const vindex odd = (k & 1) != 0;
+            const vdouble middle_re = splat<vdouble>(x[c.h * row]), middle_im = splat<vdouble>(x[c.h * row + 1]);
+            R[b] = select(odd, re - middle_re, re + middle_re);
+            I[b] = select(odd, im - middle_im, im + middle_im);
         }
         A[b] = Bsum[b] = vdouble{};
     }
@@ -345,7 +470,7 @@ void output_lanes(const double *x, double *X, size_t row, const Circle &c, uint3
         const double *p = x + j * row, *q = x + (c.n - j) * row;
         const vdouble sum_re = splat<vdouble>(p[0] + q[0]), sum_im = splat<vdouble>(p[1] + q[1]);
         const vdouble diff_re = splat<vdouble>(p[0] - q[0]), diff_im = splat<vdouble>(p[1] - q[1]);
-#pragma GCC unroll 4
+#pragma GCC unroll 8
         for (int b = 0; b < B; ++b) {
             const vindex m = power[b];
             const vindex upper = m >= h2;
@@ -408,13 +533,22 @@ void output_block(const double *x, double *X, size_t row, const Circle &c, uint3
 constexpr uint32_t kLargestPermuted = 4099;  // primes up to here (the table lives on the stack)
 constexpr int kPermutedBlocks = kLanes == 8 ? 6 : 3;
 constexpr uint32_t kPermutedSpan = kPermutedBlocks * kLanes;
+// Exponents read past H: one pass of kPermutedBlocks + 1 vectors covers a length whose H
+// exceeds the span by less than a vector (101 on 512-bit vectors) without a second pass.
+constexpr uint32_t kTableSpan = kPermutedSpan + kLanes;
+
+// Powers of g are walked kWalks at a time, each walk stepping by g^kWalks, so that the modular
+// products do not wait on one another.
+constexpr uint32_t kWalks = 4;
 
 struct PermutedRoots {
     uint32_t half, generator;  // H = (n-1)/2 and g
     uint64_t reciprocal;       // 2^64 / n rounded up
+    uint32_t walk[kWalks];     // g^0 .. g^(kWalks-1)
+    uint32_t walk_step;        // g^kWalks
     uint16_t log[(kLargestPermuted + 1) / 2];  // j = g^log[j] for 0 < j < h
     // Cosine and sine of power g^e for e < H, continued past H by g^(e+H) = -g^e.
-    double cosine[(kLargestPermuted - 1) / 2 + kPermutedSpan], sine[(kLargestPermuted - 1) / 2 + kPermutedSpan];
+    double cosine[(kLargestPermuted - 1) / 2 + kTableSpan], sine[(kLargestPermuted - 1) / 2 + kTableSpan];
 };
 
 bool is_odd_prime(uint32_t n) {
@@ -456,20 +590,23 @@ void build_permuted_roots(const Circle &c, PermutedRoots *t) {
     t->half = H;
     t->generator = g;
     t->reciprocal = UINT64_MAX / c.n + 1;
-    // Four walks g^e, g^(e+1), g^(e+2), g^(e+3), each stepping by g^4, so that the modular
-    // products do not wait on one another.
-    constexpr uint32_t kWalks = 4;
     const uint32_t step = power_mod(g, kWalks, c.n);
     uint32_t power[kWalks] = {1, g % c.n, 0, 0};
     for (uint32_t w = 2; w < kWalks; ++w) power[w] = times_generator(*t, power[w - 1], c.n);
-    for (uint32_t e0 = 0; e0 < c.n - 1; e0 += kWalks)
-        for (uint32_t w = 0; w < kWalks && e0 + w < c.n - 1; ++w) {
-            const uint32_t e = e0 + w;
-            if (power[w] < c.h) t->log[power[w]] = static_cast<uint16_t>(e);
-            if (e < H) root_of_power(c, power[w], &t->cosine[e], &t->sine[e]);
-            power[w] = times_mod(*t, power[w], step, c.n);
+    for (uint32_t w = 0; w < kWalks; ++w) t->walk[w] = power[w];
+    t->walk_step = step;
+    // Only the first half of the exponents: g^(e+H) = n - g^e names the other member of the pair.
+    for (uint32_t e0 = 0; e0 < H; e0 += kWalks)
+        for (uint32_t w = 0; w < kWalks && e0 + w < H; ++w) {
+            const uint32_t e = e0 + w, p = power[w];
+            if (p < c.h)
+                t->log[p] = static_cast<uint16_t>(e);
+            else
+                t->log[c.n - p] = static_cast<uint16_t>(e + H);
+            root_of_power(c, p, &t->cosine[e], &t->sine[e]);
+            power[w] = times_mod(*t, p, step, c.n);
         }
-    for (uint32_t i = H; i < H + kPermutedSpan; ++i) {
+    for (uint32_t i = H; i < H + kTableSpan; ++i) {
         t->cosine[i] = t->cosine[i % H];
         t->sine[i] = (i / H) % 2 ? -t->sine[i % H] : t->sine[i % H];
     }
@@ -489,12 +626,15 @@ void permuted_lanes(const double *x, double *X, size_t row, const Circle &c, con
     vdouble R[B], I[B], A[B], Bsum[B];
     uint32_t pair[B][kLanes];
     vint64 conjugate[B] = {};  // all ones in the lanes past the half circle
-    uint32_t k = power_mod(t.generator, e0, c.n);
+    const uint32_t first = power_mod(t.generator, e0, c.n);
+    uint32_t walk[kWalks];  // g^(e0 + i) for lanes i ≡ w mod kWalks
+    for (uint32_t w = 0; w < kWalks; ++w) walk[w] = times_mod(t, first, t.walk[w], c.n);
     for (int b = 0; b < B; ++b) {
         for (int l = 0; l < kLanes; ++l) {
+            uint32_t &k = walk[l % kWalks];
             pair[b][l] = k < c.h ? k : c.n - k;
             conjugate[b][l] = k < c.h ? 0 : -1;
-            k = times_generator(t, k, c.n);
+            k = times_mod(t, k, t.walk_step, c.n);
         }
         R[b] = splat<vdouble>(x[0]);
         I[b] = splat<vdouble>(x[1]);
@@ -549,6 +689,8 @@ void last_blocks(const double *x, double *X, size_t row, const Circle &c, const 
 
 void permuted_outputs(const double *x, double *X, size_t row, const Circle &c, const PermutedRoots &t) {
     uint32_t e = 0;
+    if (kLanes == 8 && t.half > kPermutedSpan && t.half <= kTableSpan)
+        return permuted_lanes<kPermutedBlocks + 1>(x, X, row, c, t, 0);
     for (; e + kPermutedSpan <= t.half; e += kPermutedSpan) permuted_lanes<kPermutedBlocks>(x, X, row, c, t, e);
     if (e == t.half) return;
     if (e > 0) return last_blocks<kPermutedBlocks>(x, X, row, c, t, (t.half - e + kLanes - 1) / kLanes);
@@ -786,9 +928,9 @@ void dft_group(uint32_t n, const double *x, double *X, uint32_t stride, const do
     const Circle c{n, (n + 1) / 2, n % 2 == 0, reinterpret_cast<const Complex<double> *>(roots)};
     const size_t row = size_t{2} * stride;
     constexpr uint32_t kComplex = kLanes / 2;  // sequences per vector
-    constexpr int kVectors = 2, kPairs = kLanes == 8 ? 4 : 2;
+    constexpr int kVectors = kLanes == 8 ? 1 : 2, kPairs = kLanes == 8 ? 8 : 2;
     const uint32_t vectors = stride / kComplex;  // of sequences side by side
-    if (vectors > 0) sequences<vdouble, kVectors, kPairs>(x, X, row, c, vectors);
+    if (vectors > 0) sequences_of_group<vdouble, kVectors, kPairs>(x, X, row, c, vectors);
     const uint32_t s = vectors * kComplex;
     if (s < stride) single_sequences(x, X, row, c, s, stride);
 }

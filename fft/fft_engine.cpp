@@ -7,11 +7,13 @@
 // 4 KiB), and below it either a pass kernel's registers and lane tables (at most about 10 KiB,
 // radix 15 and 16 at 512 bits) or the reordering's buffer for lengths up to 1152 and digit
 // counters, or the mirrored reordering's two 4 KiB tile buffers (under 20 KiB): under 40 KiB
-// in all. No heap.
+// in all. Contiguous short sequences leave at the top of transform() for the self-sorting path
+// (fft/autosort.h: under 24 KiB below this frame of about 17 KiB): under 41 KiB. No heap.
 #include <algorithm>
 #include <bit>
 #include <cstddef>
 
+#include "fft/autosort.h"
 #include "fft/engine.h"
 #include "fft/pass.h"
 #include "fft/pass_order.h"
@@ -166,6 +168,15 @@ int32_t transform(simd::Isa isa, uint32_t length, uint32_t *radices, uint32_t ra
         if (hw_fft_is_generic_radix(radices[p])) last_generic = radices[p];
 
     uint32_t mirrored[kMaxRadices], outer = 0;
+    if (fits_autosort(length, radices, radix_count, stride)) {  // self-sorting, no reordering
+        autosort_transform(isa, length, radices, radix_count, data, out_of_place ? work : nullptr, inverse, batch);
+        if (out_of_place && batch > 0)  // the last sequence in work, as the reordering through it leaves it
+            std::copy_n(data + 2 * (size_t{batch} - 1) * length, 2 * size_t{length}, work);
+        if (last_generic != 0 && (!out_of_place || mirrored_pass_order(length, mirrored, &outer) != 0))
+            fill_generic_roots(isa, last_generic, inverse, roots);
+        if (!out_of_place) merge_equal_neighbours(radices, radix_count);
+        return HW_OK;
+    }
     const uint32_t mirrored_count = mirrored_pass_order(length, mirrored, &outer);
     const uint32_t *order = mirrored_count ? mirrored : radices;
     const uint32_t count = mirrored_count ? mirrored_count : radix_count;

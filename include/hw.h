@@ -27,8 +27,9 @@
  * allow). The engines allocate nothing, except ehw_DWTinv under end
  * condition 1 (one malloc'ed block, freed before it returns); working storage comes from the
  * caller. A call uses at most 56 KiB of stack (measured: the direct transform of a prime
- * length up to 4099 on one sequence keeps a 37 KiB table of roots there; ehw_FFT stays under
- * 40 KiB; every other call under 16 KiB).
+ * length up to 4099 on one sequence keeps a 37 KiB table of roots there, and over interleaved
+ * sequences of a length up to 1536 a 43 KiB table of the whole circle and packed sums;
+ * ehw_FFT stays under 40 KiB; every other call under 16 KiB).
  *
  * Limits. The entry points refuse arrays of more than 2^31 - 1 elements; the engines assume
  * the same bound for every index they form (batch * length * stride, offsets plus skips).

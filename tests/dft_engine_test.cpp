@@ -38,7 +38,7 @@ TEST(DftEngine, BitIdenticalToTheStraightforwardEngineOnEveryLevel) {
                            n % 5 == 2 ? 1 : n % 25 == 4 ? 2 : n % 25 == 9 ? 3 : 0});
     for (const Layout &l : {Layout{1000, 64, 1, 0, 0, 0}, Layout{4001, 1, 1, 2, 1, 0}, Layout{2048, 3, 2, 1, 0, 1},
                             Layout{1009, 8, 1, 0, 1, 0}, Layout{1536, 1, 1, 0, 1, 1}, Layout{3001, 13, 1, 2, 0, 0},
-                            Layout{997, 12, 1, 0, 0, 2}})
+                            Layout{997, 12, 1, 0, 0, 2}, Layout{1536, 4, 1, 2, 0, 0}})
         layouts.push_back(l);
     for (const Layout &l : layouts) {
         SCOPED_TRACE(testing::Message() << "n " << l.n << " stride " << l.stride << " batch " << l.batch

@@ -185,7 +185,8 @@ struct Case {
 Case random_case(std::mt19937 &rng) {
     Case c;
     Transform &w = c.w;
-    w.n = pick(rng, 1, pick(rng, 0, 3) == 0 ? 200 : 80);  // long enough for every kernel on every level
+    // Long enough for every kernel on every level, now and then for several staged stretches.
+    w.n = pick(rng, 1, pick(rng, 0, 15) == 0 ? 1200 : pick(rng, 0, 3) == 0 ? 200 : 80);
     w.taps = pick(rng, 1, std::min<ptrdiff_t>(w.n, 21));
     w.count = pick(rng, 1, 40);
     w.end_flag = int32_t(pick(rng, 0, 3));
@@ -242,22 +243,25 @@ TEST(DwtEngine, MatchesTheReferenceOnRandomLayoutsAtEveryLevel) {
     }
 }
 
-// Results of 4 MiB and more are streamed past the caches from the first vector boundary on,
-// where the layout lets them: one long periodic signal, its sets aligned alike or not.
+// Results of 4 MiB and more are streamed past the caches from the first line boundary on,
+// where the layout lets them: one long periodic signal, and rows whose alignment changes from
+// row to row, their sets aligned alike or not.
 TEST(DwtEngine, LongSignalsMatchTheReferenceAtEveryLevel) {
     std::mt19937 rng(7);
-    const ptrdiff_t n = (1 << 19) + 70, room = n + 58;  // room: a multiple of 8 doubles
+    const ptrdiff_t shapes[][3] = {{(1 << 19) + 70, 1, (1 << 19) + 70}, {1030, 520, 1031}};  // n, count, tskip
     const ptrdiff_t shifts[][3] = {{0, 0, 0}, {1, 2, 2}, {2, 1, 4}};  // doubles before each set
-    for (const auto &shift : shifts)
-        for (const ptrdiff_t taps : {4, 7}) {
-            Case c{};
-            c.w.n = n, c.w.count = 1, c.w.taps = taps, c.w.end_flag = 2;
-            c.w.x = c.w.c = c.w.d = {1, n, 0};
-            c.h = random_vector(rng, taps), c.g = random_vector(rng, taps);
-            c.bases[0] = shift[0], c.bases[1] = room + shift[1], c.bases[2] = 2 * room + shift[2];
-            c.memory = random_vector(rng, 3 * room);
-            for (const bool inverse : {false, true}) expect_reference_bits(c, inverse);
-        }
+    for (const auto &[n, count, tskip] : shapes)
+        for (const auto &shift : shifts)
+            for (const ptrdiff_t taps : {4, 7, 20}) {
+                const ptrdiff_t room = (count * tskip + 64) / 8 * 8;
+                Case c{};
+                c.w.n = n, c.w.count = count, c.w.taps = taps, c.w.end_flag = 2;
+                c.w.x = c.w.c = c.w.d = {1, tskip, 0};
+                c.h = random_vector(rng, taps), c.g = random_vector(rng, taps);
+                c.bases[0] = shift[0], c.bases[1] = room + shift[1], c.bases[2] = 2 * room + shift[2];
+                c.memory = random_vector(rng, 3 * room);
+                for (const bool inverse : {false, true}) expect_reference_bits(c, inverse);
+            }
 }
 
 // ---------------------------------------------------------------- examples, round trips, codes

@@ -4,6 +4,7 @@
 // working storage as the engine leaves them; the radix decomposition.
 #include <cstring>
 
+#include "fft/autosort.h"
 #include "fft/butterflies.h"
 #include "fft/engine.h"
 #include "fft/odd_butterflies.h"
@@ -125,6 +126,46 @@ TEST(FftEngine, HandMadeListsKeepTheRootTableOfTheirLastGenericRadix) {
                     EXPECT_EQ(work[p + k], cplx(cosine, (2 * k < last) == inverse ? sine : -sine)) << k;
                 }
             }
+        }
+}
+
+// Contiguous sequences short enough to sort themselves pass by pass: last passes narrower than
+// a vector, an odd number of passes, the longest such length, roots of orders without a
+// constant table. Out of place the working storage ends holding the last sequence's result.
+TEST(FftEngine, SelfSortingPathKeepsTheContract) {
+    const struct { std::vector<uint32_t> list, merged; } cases[] = {
+        {{4, 8}, {4, 8}},        {{4, 4, 2}, {16, 2}},         {{2, 3, 2, 5}, {2, 3, 2, 5}}, {{3, 5, 7}, {3, 5, 7}}, {{16, 16, 4}, {256, 4}},
+        {{8, 5, 5, 5}, {8, 5, 25}}, {{7, 7, 11}, {49, 11}},     {{15, 4}, {15, 4}},       {{6, 3}, {6, 3}}};
+    constexpr uint32_t batch = 3;
+    for (const auto &c : cases)
+        for (bool inverse : {false, true}) {
+            uint32_t n = 1;
+            for (uint32_t r : c.list) n *= r;
+            ASSERT_TRUE(hw::fft::fits_autosort(n, c.list.data(), static_cast<uint32_t>(c.list.size()), 1));
+            SCOPED_TRACE(testing::Message() << "n " << n << " inverse " << inverse);
+            const std::vector<cplx> x = random_complex(size_t{n} * batch, n);
+            std::vector<cplx> first;
+            for (Isa isa : runnable_levels())
+                for (bool storage : {false, true}) {
+                    std::vector<cplx> y = x, work(n + 1, cplx(7, 7)), roots(16);
+                    std::vector<uint32_t> list = c.list;
+                    ASSERT_EQ(hw::fft::transform(isa, n, list.data(), static_cast<uint32_t>(list.size()),
+                                                 reinterpret_cast<double *>(y.data()),
+                                                 reinterpret_cast<double *>(work.data()),
+                                                 reinterpret_cast<double *>(roots.data()), inverse, storage, 1, batch),
+                              0);
+                    if (first.empty()) {
+                        first = y;
+                        EXPECT_LT(relative_error(y, transform_axis(x, {batch, n, 1}, 1, inverse)), 1e-14);
+                    }
+                    EXPECT_TRUE(same_bits(y, first)) << hw::simd::isa_name(isa) << " storage " << storage;
+                    EXPECT_EQ(work[n], cplx(7, 7)) << "storage overrun";
+                    list.resize(storage ? c.list.size() : c.merged.size());
+                    EXPECT_EQ(list, storage ? c.list : c.merged);
+                    if (storage) {
+                        EXPECT_TRUE(same_bits({work.begin(), work.end() - 1}, {y.end() - n, y.end()}));
+                    }
+                }
         }
 }
 

@@ -49,6 +49,7 @@ Bytes everything() {
     const std::vector<double> batches = wave(2 * 2 * 2048 * 2, 0.01);
     for (int32_t storage : {0, 1}) call(&out, hw_FFT, {I(2), T({2, 2048, 2}, 0, batches), I(1), I(storage), I(2), I(0)});
     for (int32_t n : {997, 1225}) call(&out, hw_FFT, {I(n), T({n}, 0, wave(2 * n, 0.02)), I(0), I(1), I(1), T({n})});
+    call(&out, hw_FFT, {I(1024), T({1024}, 0, wave(2048, 0.02)), I(0), I(0), I(1), I(0)});  // self-sorting, stack buffer
     call(&out, hw_DFT, {I(1), T({1009, 3}, 0, wave(6 * 1009, 0.03)), T({1009, 3}), I(0), I(2)});
     // The largest prime whose table of permuted roots the direct transform keeps on the stack.
     call(&out, hw_DFT, {I(4099), T({4099}, 0, wave(2 * 4099, 0.04)), T({4099}), I(0), I(0)});

@@ -81,11 +81,11 @@ void pairs_along(double *x, const double *c, const double *d, const double *h, c
     }
 }
 
-// Samples, first and second coefficients all with skip 1. With `streamed` (large outputs) the
+// Masks longer than the staged kernels take: samples, first and second coefficients all with skip 1. With `streamed` (large outputs) the
 // vectors go past the caches from the first pair whose samples start a vector on; no line is
 // written both ways, since a streamed line written again is read back from memory. Otherwise
 // the last whole vectors of pairs are computed partly again, coming out the same.
-void synthesis_along(const Transform &w, bool streamed) {
+void synthesis_unstaged(const Transform &w, bool streamed) {
     const ptrdiff_t first_pair = (w.taps - 1) / 2, pairs = w.n / 2;
     constexpr ptrdiff_t step = kBlocks * kLanes;
     streamed = streamed && first_pair + 2 * step <= pairs;
@@ -109,6 +109,133 @@ void synthesis_along(const Transform &w, bool streamed) {
         for (ptrdiff_t i = 2 * m; i < w.n; ++i) x[i] = sample_from_terms(w, t, i);
     }
     if (streamed) stream_end();
+}
+
+// ---- along one signal from coefficients staged in aligned buffers
+
+constexpr ptrdiff_t kHalo = 16;         // coefficients staged before the first pair: taps / 2 - 1 <= kHalo
+constexpr ptrdiff_t kStagedPairs = 256; // pairs per staged stretch
+
+// Samples 2m .. 2m + 2 pairs - 1 (pairs a multiple of Blocks * kLanes) from coefficients staged
+// at c and d (coefficient m at c[0], vector_aligned, taps / 2 - 1 before it): as pairs_along,
+// each coefficient window shifted into place from aligned vectors and shared by the even
+// sample's tap 2p and the odd sample's tap 2p + 1. Streamed: x is vector_aligned.
+template <int Taps, int Blocks>
+void pairs_staged(double *x, const double *c, const double *d, const double *h, const double *g, ptrdiff_t pairs,
+                  bool streamed) {
+    constexpr int kPairs = (Taps + 1) / 2, kBefore = (kPairs - 1 + kLanes - 1) / kLanes;
+    vdouble hv[Taps], gv[Taps];  // held apart from the samples, which the compiler must assume h and g may be
+#pragma GCC unroll 32
+    for (int j = 0; j < Taps; ++j) hv[j] = broadcast(h[j]), gv[j] = broadcast(g[j]);
+    for (ptrdiff_t m = 0; m < pairs; m += Blocks * kLanes) {
+        vdouble cv[kBefore + Blocks], dv[kBefore + Blocks], even[Blocks], odd[Blocks];
+#pragma GCC unroll 16
+        for (int v = 0; v < kBefore + Blocks; ++v)
+            cv[v] = load(c + m + (v - kBefore) * kLanes), dv[v] = load(d + m + (v - kBefore) * kLanes);
+#pragma GCC unroll 16
+        for (int u = 0; u < Blocks; ++u) even[u] = odd[u] = vdouble{};
+        // Pair p from the last down: the even taps, and the odd ones, each from the largest.
+        [&]<size_t... I>(std::index_sequence<I...>) {
+            ([&] {
+                constexpr int p = kPairs - 1 - int(I);
+                const vdouble he = hv[2 * p], ge = gv[2 * p];
+#pragma GCC unroll 16
+                for (int u = 0; u < Blocks; ++u) {
+                    const vdouble cw = shifted_window<-p>(cv + kBefore + u), dw = shifted_window<-p>(dv + kBefore + u);
+                    even[u] = (he * cw + ge * dw) + even[u];
+                    if constexpr (2 * p + 1 < Taps) {
+                        const vdouble ho = hv[2 * p + 1], go = gv[2 * p + 1];
+                        odd[u] = (ho * cw + go * dw) + odd[u];
+                    }
+                }
+            }(), ...);
+        }(std::make_index_sequence<kPairs>{});
+#pragma GCC unroll 16
+        for (int u = 0; u < Blocks; ++u) {
+            const vdouble low = from_pair<low_interleaved>(even[u], odd[u]);
+            const vdouble high = from_pair<high_interleaved>(even[u], odd[u]);
+            double *out = x + 2 * (m + u * kLanes);
+            if (streamed) {
+                stream(out, low);
+                stream(out + kLanes, high);
+            } else {
+                store(out, low);
+                store(out + kLanes, high);
+            }
+        }
+    }
+}
+
+// Coefficients m - taps / 2 + 1 .. m + pairs - 1 of `from` to `to` (coefficient m at to[0]).
+inline void stage(double *to, const double *from, ptrdiff_t m, ptrdiff_t pairs, ptrdiff_t taps) {
+    for (ptrdiff_t i = -(taps + 1) / 2 + 1; i < 0; ++i) to[i] = from[m + i];
+    for (ptrdiff_t i = 0; i < pairs; i += kLanes) store(to + i, load(from + m + i));
+}
+
+typedef void StagedKernel(double *, const double *, const double *, const double *, const double *, ptrdiff_t, bool);
+
+template <size_t... T>
+constexpr StagedKernel *staged_kernel(ptrdiff_t taps, std::index_sequence<T...>) {
+    StagedKernel *kernels[] = {&pairs_staged<int(T) + 1, shifted_blocks(T + 1)>...};
+    return kernels[taps - 1];
+}
+
+// Pairs m0 .. m1 - 1 (at least kLanes of them, none wrapping) of one contiguous signal in
+// vectors as they lie, the last one overlapping the one before where the count is not a
+// multiple: ordinary stores, computed partly again, coming out the same.
+void pairs_in_vectors(const Transform &w, double *x, const double *c, const double *d, ptrdiff_t m0, ptrdiff_t m1) {
+    ptrdiff_t m = m0;
+    for (; m + kLanes <= m1; m += kLanes) pairs_along<1, false>(x + 2 * m, c + m, d + m, w.h, w.g, w.taps);
+    if (m < m1) m = m1 - kLanes, pairs_along<1, false>(x + 2 * m, c + m, d + m, w.h, w.g, w.taps);
+}
+
+// Samples, first and second coefficients all with skip 1. The pairs whose terms do not wrap go
+// through the staged kernel from the first pair whose samples start a cache line on (x
+// allowing), their coefficients copied a stretch at a time into aligned buffers, up to a whole
+// number of lines that leaves at least a vector of pairs; with `streamed` (large outputs) those
+// lines go past the caches. The pairs before and after them take vectors as they lie, so no
+// line is written both ways; the wrapping samples are computed one by one.
+void synthesis_along(const Transform &w, bool streamed) {
+    const ptrdiff_t first_pair = (w.taps - 1) / 2, pairs = w.n / 2;
+    // Large outputs with at most 4 taps are bound by memory traffic; there the staging copies
+    // measured slower than loading the windows as they lie.
+    if (w.taps > kShiftedTaps || (streamed && w.taps <= 4)) return synthesis_unstaged(w, streamed);
+    StagedKernel *const kernel = staged_kernel(w.taps, std::make_index_sequence<kShiftedTaps>{});
+    const ptrdiff_t block = shifted_blocks(w.taps) * kLanes;
+    const ptrdiff_t unit = block < 4 ? 4 : block;  // pairs of whole blocks and whole 64-byte lines
+    alignas(64) double cs[kHalo + kStagedPairs], ds[kHalo + kStagedPairs];
+    for (ptrdiff_t i = 0; i < kHalo; ++i) cs[i] = ds[i] = 0.0;  // lanes shifted out of every window
+    bool any_streamed = false;
+    for (ptrdiff_t t = 0; t < w.count; ++t) {
+        double *x = w.samples + at(w.x, t, 0);
+        const double *c = w.first + at(w.c, t, 0), *d = w.second + at(w.d, t, 0);
+        ptrdiff_t m = first_pair;
+        if (pairs - first_pair >= 2 * unit + 2 * kLanes) {
+            ptrdiff_t line = m + kLanes;
+            if (reinterpret_cast<uintptr_t>(x) % (2 * sizeof(double)) == 0)
+                while (reinterpret_cast<uintptr_t>(x + 2 * line) % 64 != 0) ++line;
+            pairs_in_vectors(w, x, c, d, m, line);
+            m = line;
+            const bool stream_signal = streamed && reinterpret_cast<uintptr_t>(x + 2 * m) % 64 == 0;
+            any_streamed = any_streamed || stream_signal;
+            for (const ptrdiff_t end = m + (pairs - kLanes - m) / unit * unit; m < end;) {
+                const ptrdiff_t stretch = end - m < kStagedPairs ? end - m : kStagedPairs;
+                stage(cs + kHalo, c, m, stretch, w.taps);
+                stage(ds + kHalo, d, m, stretch, w.taps);
+                kernel(x + 2 * m, cs + kHalo, ds + kHalo, w.h, w.g, stretch, stream_signal);
+                m += stretch;
+            }
+        }
+        if (pairs - m >= kLanes) {
+            pairs_in_vectors(w, x, c, d, m, pairs);
+        } else {
+            for (; m < pairs; ++m)
+                x[2 * m] = sample_from_terms(w, t, 2 * m), x[2 * m + 1] = sample_from_terms(w, t, 2 * m + 1);
+        }
+        for (ptrdiff_t i = 0; i < 2 * first_pair; ++i) x[i] = sample_from_terms(w, t, i);
+        for (ptrdiff_t i = 2 * pairs; i < w.n; ++i) x[i] = sample_from_terms(w, t, i);
+    }
+    if (any_streamed) stream_end();
 }
 
 // Sample i of signals t .. t + Blocks * kLanes - 1 lying side by side (transform skip 1 for

@@ -34,6 +34,27 @@ constexpr int odd_lane(int l) { return 2 * l + 1; }
 constexpr int low_interleaved(int l) { return l % 2 * kLanes + l / 2; }
 constexpr int high_interleaved(int l) { return l % 2 * kLanes + kLanes / 2 + l / 2; }
 
+// Lane l of the vector that starts S lanes into the pair (lo, hi).
+template <int S>
+constexpr int shifted_by(int l) { return l + S; }
+
+// The kLanes values that start Shift values after a[0] (a negative Shift: before it), from
+// whole vectors a[i] = values i kLanes .. i kLanes + kLanes - 1: one shuffle of two of them
+// instead of a load across cache lines.
+template <int Shift>
+inline vdouble shifted_window(const vdouble *a) {
+    constexpr int q = (Shift >= 0 ? Shift : Shift - kLanes + 1) / kLanes, r = Shift - q * kLanes;
+    if constexpr (r == 0) return a[q];
+    else return from_pair<shifted_by<r>>(a[q], a[q + 1]);
+}
+
+// Masks up to this length get kernels of their own, which shift windows by constants.
+constexpr ptrdiff_t kShiftedTaps = 20;
+
+// Vectors of outputs in flight by mask length in those kernels: enough chains to cover the
+// latency of the sums, few enough that masks and windows stay in registers.
+constexpr int shifted_blocks(ptrdiff_t taps) { return taps <= 4 ? 4 : taps <= 12 ? 2 : 1; }
+
 // Lane l to p[l * stride] (stride 1: one store).
 inline void store_lanes(double *p, ptrdiff_t stride, vdouble v) {
     if (stride == 1) return store(p, v);
