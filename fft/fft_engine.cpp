@@ -6,9 +6,9 @@
 // the pass schedule with its depth-first recursion (one frame per pass, at most 32: under
 // 4 KiB), and below it either a pass kernel's registers and lane tables (at most about 10 KiB,
 // radix 15 and 16 at 512 bits) or the reordering's buffer for lengths up to 1152 and digit
-// counters (under 20 KiB): under 40 KiB in all. Contiguous short sequences leave at the top of
-// transform() for the self-sorting path (fft/autosort.h: under 24 KiB below this frame of about
-// 17 KiB): under 41 KiB. No heap.
+// counters, or the mirrored reordering's two 4 KiB tile buffers (under 20 KiB): under 40 KiB
+// in all. Contiguous short sequences leave at the top of transform() for the self-sorting path
+// (fft/autosort.h: under 24 KiB below this frame of about 17 KiB): under 41 KiB. No heap.
 #include <algorithm>
 #include <bit>
 #include <cstddef>

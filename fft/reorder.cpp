@@ -2,6 +2,7 @@
 // sequence of matrix transpositions.
 #include "fft/reorder.h"
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 
@@ -56,6 +57,29 @@ void swap_runs(double *a, double *b, size_t values) {
         a[i] = b[i];
         b[i] = t;
     }
+}
+
+// Complex values per tile buffer of swap_tiles (4 KiB).
+constexpr size_t kTileValues = 256;
+
+void copy_run(double *to, const double *from, size_t run) {
+    if (run == 1) std::memcpy(to, from, 2 * sizeof(double));
+    else std::memcpy(to, from, 2 * sizeof(double) * run);
+}
+
+// Trades the rows x cols tile at x (entry (i, k) of `run` values at x + i·column + k·run) for
+// the transposed cols x rows tile at y; x and y may be the same square tile.
+void swap_tiles(double *x, double *y, size_t rows, size_t cols, size_t column, size_t run) {
+    double from_x[2 * kTileValues], from_y[2 * kTileValues];
+    const size_t x_row = cols * run, y_row = rows * run;  // values in a row of each tile
+    for (size_t i = 0; i < rows; ++i) std::memcpy(from_x + 2 * i * x_row, x + 2 * i * column, 16 * x_row);
+    for (size_t k = 0; k < cols; ++k) std::memcpy(from_y + 2 * k * y_row, y + 2 * k * column, 16 * y_row);
+    for (size_t i = 0; i < rows; ++i)
+        for (size_t k = 0; k < cols; ++k)
+            copy_run(x + 2 * (i * column + k * run), from_y + 2 * (k * y_row + i * run), run);
+    for (size_t k = 0; k < cols; ++k)
+        for (size_t i = 0; i < rows; ++i)
+            copy_run(y + 2 * (k * column + i * run), from_x + 2 * (i * x_row + k * run), run);
 }
 
 // The reordering of short lengths: each sequence through a stack buffer. Kept out of
@@ -148,6 +172,14 @@ void swap_mirrored_digits(uint32_t length, const uint32_t *outer, uint32_t k, ui
     }
     for (uint32_t t = k - 1, w = 1; t-- > 0; w *= outer[1 + t]) right.weight[t] = w;  // s_{t+2} ... s_{k−1}
     const size_t run = stride, side = size_t{h} * rest, row = middle * side * run, column = rest * row;
+    // Where a block's rows lie a cache way (4 KiB) or more apart, usually a power of two, walking
+    // down its columns thrashes the cache's sets: the blocks then go through two stack buffers
+    // in tiles of t x t runs (t·t·run values at most kTileValues), so that both sides are read
+    // and written a row at a time. Closer rows, blocks of fewer than 4 rows and runs of a cache
+    // line or more (4 values) swap in place.
+    size_t t = 1;
+    if (16 * column >= 4096 && h >= 4 && run < 4)
+        while (t < h && (t + 1) * (t + 1) * run <= kTileValues) ++t;
     for (size_t g = 0; g < batch; ++g) {
         double *seq = data + 2 * g * length * stride;
         DigitCounter ra = left;  // ra.value = ρ'(ra)
@@ -158,10 +190,18 @@ void swap_mirrored_digits(uint32_t length, const uint32_t *outer, uint32_t k, ui
                 if (self > partner) continue;
                 double *x = seq + 2 * (a * row + size_t{b} * h * run);
                 double *y = seq + 2 * (rb.value * row + size_t{ra.value} * h * run);
-                for (uint32_t mid = 0; mid < middle; ++mid, x += 2 * side * run, y += 2 * side * run)
-                    for (uint32_t hi = 0; hi < h; ++hi)
-                        for (uint32_t lo = self == partner ? hi + 1 : 0; lo < h; ++lo)
-                            swap_runs(x + 2 * (hi * column + lo * run), y + 2 * (lo * column + hi * run), run);
+                for (uint32_t mid = 0; mid < middle; ++mid, x += 2 * side * run, y += 2 * side * run) {
+                    if (t == 1) {
+                        for (uint32_t hi = 0; hi < h; ++hi)
+                            for (uint32_t lo = self == partner ? hi + 1 : 0; lo < h; ++lo)
+                                swap_runs(x + 2 * (hi * column + lo * run), y + 2 * (lo * column + hi * run), run);
+                        continue;
+                    }
+                    for (size_t hi = 0; hi < h; hi += t)
+                        for (size_t lo = self == partner ? hi : 0; lo < h; lo += t)
+                            swap_tiles(x + 2 * (hi * column + lo * run), y + 2 * (lo * column + hi * run),
+                                       std::min(t, h - hi), std::min(t, h - lo), column, run);
+                }
             }
         }
     }

@@ -49,7 +49,8 @@ bool same_bits(const std::vector<cplx> &a, const std::vector<cplx> &b) {
 }
 
 // Every single radix, every specialised pair order, repeated and generic radices, long lists,
-// strided batches, blocks of one butterfly next to wide ones.
+// strided batches, blocks of one butterfly next to wide ones, runs too long for the mirrored
+// reordering's tiles.
 TEST(FftEngine, MatchesOracleWithTheSameBitsEverywhere) {
     const struct { uint32_t n, stride, batch; } cases[] = {
         {2, 7, 5},   {3, 1, 1},   {4, 1, 1},    {5, 1, 1},   {6, 1, 1},   {7, 1, 1},   {8, 1, 1},   {9, 1, 1},
@@ -57,7 +58,7 @@ TEST(FftEngine, MatchesOracleWithTheSameBitsEverywhere) {
         {54, 2, 3},  {64, 1, 1},  {81, 5, 1},   {96, 1, 1},  {128, 1, 1}, {49, 1, 1},  {121, 1, 1}, {210, 1, 4},
         {256, 1, 1}, {539, 3, 1}, {997, 1, 1},  {1000, 2, 2}, {768, 1, 1}, {2048, 2, 2}, {338, 1, 1}, {360, 1, 1},
         {1029, 1, 1}, {1225, 1, 1}, {4096, 1, 1}, {16, 3, 1}, {64, 2, 1},  {6000, 1, 1}, {68, 3, 2}, {289, 1, 1},
-        {1650, 2, 1}, {1031, 1, 1}, {10, 1, 9},  {77, 2, 3}};
+        {1650, 2, 1}, {1031, 1, 1}, {10, 1, 9},  {77, 2, 3},  {64, 65, 1}};
     for (const auto &c : cases)
         for (bool inverse : {false, true}) {
             SCOPED_TRACE(testing::Message() << "n " << c.n << " stride " << c.stride << " batch " << c.batch
