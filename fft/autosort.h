@@ -2,12 +2,13 @@
 // every pass reads one buffer and writes the other in an order that leaves the results in
 // natural order, so no reordering follows. Inside the call the values are planar (real parts,
 // then imaginary parts); the first pass reads the caller's interleaved values and the last one
-// writes them back. A twiddle factor w(t) of order n is the product of two exact roots,
-// w(t mod 2^b) · w(2^b · (t div 2^b)), from two tables of about √n roots each.
+// writes them back. A twiddle factor w(t) of order n is one exact root from a table of the
+// whole circle where the constant root tables hold order n (no evaluation), else the product of
+// two exact roots, w(t mod 2^b) · w(2^b · (t div 2^b)), from two tables of about √n roots each.
 //
-// Stack (autosort_transform): the second buffer, 2n doubles with n ≤ kAutosortMaxLength
-// (16 KiB), the two root tables (1 KiB), and one pass kernel's frame at a time (at most 6 KiB,
-// radix 16 at 512 bits): under 24 KiB. No heap.
+// Stack (autosort_transform): the second buffer and the root table, 2n doubles each with
+// n ≤ kAutosortMaxLength (16 KiB each), and one pass kernel's frame at a time (at most 6 KiB,
+// radix 16 at 512 bits): under 40 KiB. No heap.
 #pragma once
 
 #include <cstddef>
@@ -48,7 +49,8 @@ void autosort_transform(simd::Isa isa, uint32_t length, const uint32_t *radices,
 struct AutosortShape {
     uint32_t n, count;
     const uint32_t *radices;
-    const double *low, *high;  // w(t) = low[t mod 2^bits] · high[t div 2^bits], (cos, sin) of +2πt/n
+    const double *low, *high;  // w(t) = low[t mod 2^bits] · high[t div 2^bits], (cos, sin) of +2πt/n;
+                               // high null: low holds all n roots, w(t) = low[t]
     uint32_t bits;
     double *buffer;            // 2n doubles
 };

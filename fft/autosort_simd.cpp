@@ -152,13 +152,14 @@ struct Lanes {
 };
 
 // The geometry of one pass and the call's roots: w(t) = low[t mod 2^bits] · high[t / 2^bits],
-// (cos, sin) pairs.
+// (cos, sin) pairs, or low[t] alone when low holds the whole circle (high null).
 struct PassGeometry {
     uint32_t n, s, m;  // m = n / (s·R)
     const double *low, *high;
     uint32_t bits;
 
     Complex<double> root(size_t t) const {
+        if (!high) return Complex<double>{low[2 * t], low[2 * t + 1]};
         const size_t a = 2 * (t & ((size_t{1} << bits) - 1)), b = 2 * (t >> bits);
         return Complex<double>{low[a], low[a + 1]} * Complex<double>{high[b], high[b + 1]};
     }
@@ -225,6 +226,11 @@ template <int R, bool Inverse, bool In, bool Out, int W>
         if (g.m > 1)
             for (int k = 1; k < R; ++k) {
                 size_t a[W], b[W];  // the lanes' (cos, sin) pairs in both levels
+                if (!g.high) {
+                    for (int l = 0; l < W; ++l) a[l] = 2 * static_cast<size_t>(k) * g.s * p[l];
+                    x[k] = turn<Inverse>(x[k], typename L::C{L::pick(g.low, a), L::pick(g.low + 1, a)});
+                    continue;
+                }
                 for (int l = 0; l < W; ++l) {
                     const size_t t = static_cast<size_t>(k) * g.s * p[l];
                     a[l] = 2 * (t & ((size_t{1} << g.bits) - 1));

@@ -7,8 +7,8 @@
 // 4 KiB), and below it either a pass kernel's registers and lane tables (at most about 10 KiB,
 // radix 15 and 16 at 512 bits) or the reordering's buffer for lengths up to 1152 and digit
 // counters, or the mirrored reordering's two 4 KiB tile buffers (under 20 KiB): under 40 KiB
-// in all. Contiguous short sequences leave at the top of transform() for the self-sorting path
-// (fft/autosort.h: under 24 KiB below this frame of about 17 KiB): under 41 KiB. No heap.
+// in all. Contiguous short sequences take the self-sorting path instead (fft/autosort.h: under
+// 40 KiB), whose frames never hold this root table. No heap.
 #include <algorithm>
 #include <bit>
 #include <cstddef>
@@ -41,16 +41,8 @@ void exact_roots(simd::Isa isa, uint32_t n, uint64_t step, uint64_t count, doubl
 // octant evaluated, the rest by the exact symmetries (c, s) -> (s, c) about π/4 and
 // (c, s) -> (−s, c) per quarter turn.
 void fill_circle(simd::Isa isa, uint32_t n, uint64_t step, uint32_t count, double *roots) {
-    const uint32_t eighth = count / 8, quarter = count / 4;
-    exact_roots(isa, n, step, eighth + 1, roots);
-    for (uint32_t i = eighth + 1; i <= quarter; ++i) {
-        roots[2 * i] = roots[2 * (quarter - i) + 1];
-        roots[2 * i + 1] = roots[2 * (quarter - i)];
-    }
-    for (uint32_t i = quarter + 1; i < count; ++i) {
-        roots[2 * i] = -roots[2 * (i - quarter) + 1];
-        roots[2 * i + 1] = roots[2 * (i - quarter)];
-    }
+    exact_roots(isa, n, step, count / 8 + 1, roots);
+    complete_circle(count, roots);
 }
 
 // The root table of order n: the whole circle in one level where it fits and the constant
@@ -153,30 +145,13 @@ struct Schedule {
     }
 };
 
-}  // namespace
-
-int32_t transform(simd::Isa isa, uint32_t length, uint32_t *radices, uint32_t radix_count, double *data,
-                  double *work, double *roots, bool inverse, bool out_of_place, uint32_t stride, uint32_t batch,
-                  size_t cache_bytes) {
-    if (radix_count == 0 || length < 2) return HW_OK;
-    if (radix_count > kMaxRadices) return HW_FFT_UNSUPPORTED_RADIX;  // no list of a 32-bit length
-    for (uint32_t p = 0; p < radix_count; ++p)
-        if (is_unsupported_radix(radices[p])) return HW_FFT_UNSUPPORTED_RADIX;
-
-    uint32_t last_generic = 0;
-    for (uint32_t p = 0; p < radix_count; ++p)
-        if (hw_fft_is_generic_radix(radices[p])) last_generic = radices[p];
-
+// The passes and the reordering, for a list already checked; a function of its own so that
+// the self-sorting path's stack does not hold this one's root table.
+[[gnu::noinline]] int32_t transform_by_passes(simd::Isa isa, uint32_t length, uint32_t *radices,
+                                              uint32_t radix_count, double *data, double *work, double *roots,
+                                              bool inverse, bool out_of_place, uint32_t stride, uint32_t batch,
+                                              size_t cache_bytes, uint32_t last_generic) {
     uint32_t mirrored[kMaxRadices], outer = 0;
-    if (fits_autosort(length, radices, radix_count, stride)) {  // self-sorting, no reordering
-        autosort_transform(isa, length, radices, radix_count, data, out_of_place ? work : nullptr, inverse, batch);
-        if (out_of_place && batch > 0)  // the last sequence in work, as the reordering through it leaves it
-            std::copy_n(data + 2 * (size_t{batch} - 1) * length, 2 * size_t{length}, work);
-        if (last_generic != 0 && (!out_of_place || mirrored_pass_order(length, mirrored, &outer) != 0))
-            fill_generic_roots(isa, last_generic, inverse, roots);
-        if (!out_of_place) merge_equal_neighbours(radices, radix_count);
-        return HW_OK;
-    }
     const uint32_t mirrored_count = mirrored_pass_order(length, mirrored, &outer);
     const uint32_t *order = mirrored_count ? mirrored : radices;
     const uint32_t count = mirrored_count ? mirrored_count : radix_count;
@@ -213,6 +188,34 @@ int32_t transform(simd::Isa isa, uint32_t length, uint32_t *radices, uint32_t ra
     // butterfly of its own ran that radix (out of place with no mirrored order the table lies
     // inside the temporary, as the reordering left it).
     if (last_generic != 0 && last_generic != schedule.table_radix && (mirrored_count || !out_of_place))
+        fill_generic_roots(isa, last_generic, inverse, roots);
+    if (!out_of_place) merge_equal_neighbours(radices, radix_count);
+    return HW_OK;
+}
+
+}  // namespace
+
+int32_t transform(simd::Isa isa, uint32_t length, uint32_t *radices, uint32_t radix_count, double *data,
+                  double *work, double *roots, bool inverse, bool out_of_place, uint32_t stride, uint32_t batch,
+                  size_t cache_bytes) {
+    if (radix_count == 0 || length < 2) return HW_OK;
+    if (radix_count > kMaxRadices) return HW_FFT_UNSUPPORTED_RADIX;  // no list of a 32-bit length
+    for (uint32_t p = 0; p < radix_count; ++p)
+        if (is_unsupported_radix(radices[p])) return HW_FFT_UNSUPPORTED_RADIX;
+
+    uint32_t last_generic = 0;
+    for (uint32_t p = 0; p < radix_count; ++p)
+        if (hw_fft_is_generic_radix(radices[p])) last_generic = radices[p];
+
+    if (!fits_autosort(length, radices, radix_count, stride))
+        return transform_by_passes(isa, length, radices, radix_count, data, work, roots, inverse, out_of_place,
+                                   stride, batch, cache_bytes, last_generic);
+    // Self-sorting: no reordering.
+    autosort_transform(isa, length, radices, radix_count, data, out_of_place ? work : nullptr, inverse, batch);
+    if (out_of_place && batch > 0)  // the last sequence in work, as the reordering through it leaves it
+        std::copy_n(data + 2 * (size_t{batch} - 1) * length, 2 * size_t{length}, work);
+    uint32_t mirrored[kMaxRadices], outer = 0;
+    if (last_generic != 0 && (!out_of_place || mirrored_pass_order(length, mirrored, &outer) != 0))
         fill_generic_roots(isa, last_generic, inverse, roots);
     if (!out_of_place) merge_equal_neighbours(radices, radix_count);
     return HW_OK;

@@ -28,6 +28,31 @@ void octant_roots(const double *octant, uint32_t order, uint32_t n, uint64_t fir
     }
 }
 
+// w(t) of order n for t < count (count ≤ n), octant_roots' bits: the circle walked octant by
+// octant, so that no root has to find its own quarter and mirror.
+void octant_walk(const double *octant, uint32_t order, uint32_t n, uint32_t count, double *cos_sin) {
+    const uint32_t eighth = order / 8, quarter = order / 4, scale = order / n;
+    uint32_t t = 0;
+    for (uint32_t turns = 0; turns < 4; ++turns) {
+        const uint32_t base = turns * quarter;
+        for (int mirrored = 0; mirrored < 2; ++mirrored) {
+            const uint32_t end = base + (mirrored ? quarter - 1 : eighth);  // last u of this octant
+            for (; t < count && t * scale <= end; ++t) {
+                const uint32_t r = t * scale - base;
+                double c = mirrored ? octant[2 * (quarter - r) + 1] : octant[2 * r];
+                double s = mirrored ? octant[2 * (quarter - r)] : octant[2 * r + 1];
+                for (uint32_t k = 0; k < turns; ++k) {
+                    const double old = c;
+                    c = 0.0 - s;
+                    s = old;
+                }
+                cos_sin[2 * t] = c;
+                cos_sin[2 * t + 1] = s;
+            }
+        }
+    }
+}
+
 }  // namespace
 
 void constant_unit_roots(uint32_t n, uint64_t first, uint64_t step, uint64_t count, double *cos_sin) {
@@ -35,6 +60,27 @@ void constant_unit_roots(uint32_t n, uint64_t first, uint64_t step, uint64_t cou
         octant_roots(kPowerRootOctant, kPowerRootOrder, n, first, step, count, cos_sin);
     else
         octant_roots(kSmallRootOctant, kSmallRootOrder, n, first, step, count, cos_sin);
+}
+
+void constant_circle(uint32_t n, double *cos_sin) {
+    const bool powers = kPowerRootOrder % n == 0;
+    const double *octant = powers ? kPowerRootOctant : kSmallRootOctant;
+    const uint32_t order = powers ? kPowerRootOrder : kSmallRootOrder;
+    if (n % 8 != 0) return octant_walk(octant, order, n, n, cos_sin);
+    octant_walk(octant, order, n, n / 8 + 1, cos_sin);
+    complete_circle(n, cos_sin);
+}
+
+void complete_circle(uint32_t count, double *roots) {
+    const uint32_t eighth = count / 8, quarter = count / 4;
+    for (uint32_t i = eighth + 1; i <= quarter; ++i) {
+        roots[2 * i] = roots[2 * (quarter - i) + 1];
+        roots[2 * i + 1] = roots[2 * (quarter - i)];
+    }
+    for (uint32_t i = quarter + 1; i < count; ++i) {
+        roots[2 * i] = 0.0 - roots[2 * (i - quarter) + 1];  // +0 rather than −0, as unit_root gives
+        roots[2 * i + 1] = roots[2 * (i - quarter)];
+    }
 }
 
 // Generated with hw::trig::unit_root(t, 6720) for t = 0 .. 840: (cosine, sine) pairs.

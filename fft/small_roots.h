@@ -22,4 +22,12 @@ inline bool has_constant_roots(uint32_t n) {
 // has_constant_roots accepts: unit_roots' bits, from an octant by the exact symmetries.
 void constant_unit_roots(uint32_t n, uint64_t first, uint64_t step, uint64_t count, double *cos_sin);
 
+// cos_sin[2t], cos_sin[2t + 1] = w(t) of order n for every t < n, n as has_constant_roots
+// accepts: constant_unit_roots' bits.
+void constant_circle(uint32_t n, double *cos_sin);
+
+// A whole circle of `count` roots (a multiple of 8) from its first count/8 + 1 entries, by the
+// exact symmetries (c, s) -> (s, c) about π/4 and (c, s) -> (−s, c) per quarter turn.
+void complete_circle(uint32_t count, double *cos_sin);
+
 }  // namespace hw::fft

@@ -203,15 +203,17 @@ TEST(FftEngine, ButterflyConstantsAreExactRoots) {
 // zero included.
 TEST(FftEngine, ConstantRootTablesHoldExactRoots) {
     using namespace hw::fft;
-    double got[2 * kSmallRootOrder];
+    double got[2 * kSmallRootOrder], circle[2 * kSmallRootOrder];
     for (uint32_t n = 1; n <= kSmallRootOrder; ++n) {
         if (!has_constant_roots(n)) continue;
         constant_unit_roots(n, 0, 1, n, got);
+        constant_circle(n, circle);
         for (uint32_t t = 0; t < n; ++t) {
             double cosine, sine;
             hw::trig::unit_root(t, n, &cosine, &sine);
             ASSERT_EQ(std::memcmp(got + 2 * t, &cosine, 8), 0) << t << "/" << n;
             ASSERT_EQ(std::memcmp(got + 2 * t + 1, &sine, 8), 0) << t << "/" << n;
+            ASSERT_EQ(std::memcmp(circle + 2 * t, got + 2 * t, 16), 0) << t << "/" << n;
         }
     }
 }
