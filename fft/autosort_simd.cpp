@@ -26,15 +26,6 @@ using fft::Butterfly;
 using fourier::Complex;
 using fourier::turn;
 
-template <int W>
-struct VectorOf {
-    typedef double type __attribute__((vector_size(8 * W)));
-};
-template <>
-struct VectorOf<1> {
-    using type = double;
-};
-
 // Where a pass reads or writes: interleaved (re, im) pairs from `re` on (`im` unused), or
 // planar, real parts at `re` and imaginary parts at `im`.
 struct Place {
@@ -44,7 +35,7 @@ struct Place {
 // W values starting at value i in registers, real parts in one vector, imaginary in another.
 template <int W>
 struct Lanes {
-    using V = typename VectorOf<W>::type;
+    using V = typename VecOf<W>::type;
     using C = Complex<V>;
 
     template <bool Interleaved>

@@ -106,15 +106,6 @@ struct Powers {
     }
 };
 
-template <int W>
-struct VecOf {
-    typedef double type __attribute__((vector_size(8 * W)));
-};
-template <>
-struct VecOf<1> {
-    using type = double;
-};
-
 // The table and inputs of one butterfly: cos and sin of w(e) at e + h − 1, the a_j and d_j.
 struct Convolution {
     const double *cosine, *sine, *sum_re, *sum_im, *diff_re, *diff_im;

@@ -24,11 +24,6 @@ using fft::RootTable;
 using fourier::Complex;
 using fourier::turn;
 
-template <int W>
-struct VecOf {
-    typedef double type __attribute__((vector_size(8 * W)));
-};
-
 // W transform values in registers: real parts in one vector, imaginary parts in another.
 template <int W>
 struct Lanes {

@@ -24,6 +24,16 @@ constexpr int kLanes = HW_VEC_DOUBLES;
 typedef double vdouble __attribute__((vector_size(8 * HW_VEC_DOUBLES)));
 typedef long long vint64 __attribute__((vector_size(8 * HW_VEC_DOUBLES)));
 
+// W doubles in one vector (a plain double for W = 1), for kernels written once for every width.
+template <int W>
+struct VecOf {
+    typedef double type __attribute__((vector_size(8 * W)));
+};
+template <>
+struct VecOf<1> {
+    using type = double;
+};
+
 inline vdouble load(const double *p) {
     vdouble v;
     __builtin_memcpy(&v, p, sizeof v);
