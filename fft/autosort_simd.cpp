@@ -95,20 +95,7 @@ struct Lanes {
         else return pick(table, index, std::make_index_sequence<W>{});
     }
 
-    // rows[a] lane b becomes rows[b] lane a: log2(W) stages, each exchanging the off-diagonal
-    // h x h blocks of every 2h x 2h block.
-    template <int H = W / 2>
-    static void transpose(V *rows) {
-        if constexpr (H >= 1) {
-            for (int a = 0; a < W; ++a)
-                if ((a & H) == 0) {
-                    const V top = rows[a], bottom = rows[a + H];
-                    rows[a] = upper_left<H>(top, bottom, std::make_index_sequence<W>{});
-                    rows[a + H] = lower_right<H>(top, bottom, std::make_index_sequence<W>{});
-                }
-            transpose<H / 2>(rows);
-        }
-    }
+    static void transpose(V *rows) { transpose_lanes<W>(rows); }
 
   private:
     template <size_t... L>
@@ -130,15 +117,6 @@ struct Lanes {
     template <size_t... L>
     static V high_pairs(V re, V im, std::index_sequence<L...>) {
         return __builtin_shufflevector(re, im, ((L % 2) * W + W / 2 + L / 2)...);
-    }
-    // Lanes of `top` outside block h, with `bottom`'s low lanes moved up into it.
-    template <int H, size_t... L>
-    static V upper_left(V top, V bottom, std::index_sequence<L...>) {
-        return __builtin_shufflevector(top, bottom, ((L & H) ? W + L - H : L)...);
-    }
-    template <int H, size_t... L>
-    static V lower_right(V top, V bottom, std::index_sequence<L...>) {
-        return __builtin_shufflevector(top, bottom, ((L & H) ? W + L : L + H)...);
     }
 };
 

@@ -62,30 +62,9 @@ struct Lanes {
         return from(re, im);
     }
 
-    // rows[i] lane l becomes rows[l] lane i: log2(W) stages, each swapping the off-diagonal
-    // blocks of size h of every 2h x 2h block.
-    template <int H = W / 2>
-    static void transpose(V *rows) {
-        if constexpr (H >= 1) {
-            for (int i = 0; i < W; ++i)
-                if (!(i & H)) {
-                    const V a = rows[i], b = rows[i + H];
-                    rows[i] = swap_low<H>(a, b, std::make_index_sequence<W>{});
-                    rows[i + H] = swap_high<H>(a, b, std::make_index_sequence<W>{});
-                }
-            transpose<H / 2>(rows);
-        }
-    }
+    static void transpose(V *rows) { transpose_lanes<W>(rows); }
 
   private:
-    template <int H, size_t... I>
-    static V swap_low(V a, V b, std::index_sequence<I...>) {
-        return __builtin_shufflevector(a, b, ((I & H) ? W + I - H : I)...);
-    }
-    template <int H, size_t... I>
-    static V swap_high(V a, V b, std::index_sequence<I...>) {
-        return __builtin_shufflevector(a, b, ((I & H) ? W + I : I + H)...);
-    }
     static Complex<V> from(const double *re, const double *im) {
         Complex<V> v;
         std::memcpy(&v.re, re, sizeof v.re);

@@ -15,6 +15,7 @@
 #endif
 
 #include <cstddef>
+#include <utility>
 
 namespace hw::HW_ISA_NS {
 namespace {
@@ -33,6 +34,31 @@ template <>
 struct VecOf<1> {
     using type = double;
 };
+
+// rows[a] lane b becomes rows[b] lane a, for W rows of W lanes: log2(W) stages, each exchanging
+// the off-diagonal h × h blocks of every 2h × 2h block.
+template <int W, int H, size_t... L>
+inline typename VecOf<W>::type upper_left(typename VecOf<W>::type top, typename VecOf<W>::type bottom,
+                                          std::index_sequence<L...>) {
+    return __builtin_shufflevector(top, bottom, ((L & H) ? W + L - H : L)...);
+}
+template <int W, int H, size_t... L>
+inline typename VecOf<W>::type lower_right(typename VecOf<W>::type top, typename VecOf<W>::type bottom,
+                                           std::index_sequence<L...>) {
+    return __builtin_shufflevector(top, bottom, ((L & H) ? W + L : L + H)...);
+}
+template <int W, int H = W / 2>
+inline void transpose_lanes(typename VecOf<W>::type *rows) {
+    if constexpr (H >= 1) {
+        for (int a = 0; a < W; ++a)
+            if ((a & H) == 0) {
+                const auto top = rows[a], bottom = rows[a + H];
+                rows[a] = upper_left<W, H>(top, bottom, std::make_index_sequence<W>{});
+                rows[a + H] = lower_right<W, H>(top, bottom, std::make_index_sequence<W>{});
+            }
+        transpose_lanes<W, H / 2>(rows);
+    }
+}
 
 inline vdouble load(const double *p) {
     vdouble v;
